@@ -1,0 +1,163 @@
+/*
+ * Present serial devices, read from sysfs.
+ *
+ * The set is read whole when it is opened, in the order of the port numbers, so that it neither changes nor
+ * holds anything while it is walked.
+ */
+#include "devices.h"
+
+#include <fcntl.h>
+#include <strings.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "handle_table.h"
+#include "last_error.h"
+#include "path.h"
+#include "port.h"
+
+namespace {
+
+struct Device {
+    char port_name[16];
+    std::string friendly;  // empty when the device has none
+};
+
+struct DeviceSet {
+    std::vector<Device> devices;
+    size_t current = SIZE_MAX;
+};
+
+}  // namespace
+
+static HandleTable<DeviceSet>& DeviceSets() {
+    // Never destroyed: a host may call the library until its very end.
+    static HandleTable<DeviceSet>& table = *new HandleTable<DeviceSet>;
+    return table;
+}
+
+/** Reads the one line of a sysfs file; empty when there is none. */
+static std::string ReadLine(const std::string& path) {
+    char line[4096];
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) return "";
+    const ssize_t count = read(descriptor, line, sizeof line);
+    close(descriptor);
+    const std::string text(line, count > 0 ? static_cast<size_t>(count) : 0);
+    return text.substr(0, text.find_first_of(std::string_view("\n\0", 2)));
+}
+
+static bool Exists(const std::string& path) {
+    return access(path.c_str(), F_OK) == 0;
+}
+
+/**
+ * Whether a device stands behind a port. The kernel makes an entry for every built-in port that there might
+ * be: those that it did not find have the type 0. A USB port's entry goes away with the device.
+ */
+static bool IsPresent(const std::string& entry) {
+    if (!Exists(entry + "/device/driver")) return false;
+    return !Exists(entry + "/type") || atoi(ReadLine(entry + "/type").c_str()) != 0;
+}
+
+/** The product text of the USB device that a port belongs to; empty when it is no USB device or has no text.
+ */
+static std::string UsbProduct(const std::string& entry) {
+    // The port hangs one or two floors below its USB device, which is the first to have a vendor number.
+    // Going further would end at the hub, whose product text says nothing about the port.
+    std::string folder = entry + "/device";
+    for (int floor = 0; floor < 4; ++floor, folder += "/..") {
+        if (Exists(folder + "/idVendor")) return ReadLine(folder + "/product");
+    }
+    return "";
+}
+
+static void AddPresentDevices(const std::string& tty_class_folder, std::vector<Device>* devices) {
+    for (const PortKind& kind : kPortKinds) {
+        for (uint32_t index = 0; index < kind.count; ++index) {
+            const std::string entry = tty_class_folder + "/" + kind.device_name + std::to_string(index);
+            if (!IsPresent(entry)) continue;
+            Device device = {};
+            snprintf(device.port_name, sizeof device.port_name, "COM%u", kind.first + index);
+            device.friendly = UsbProduct(entry);
+            devices->push_back(device);
+        }
+    }
+}
+
+plat_handle OpenDevicesBelow(const char* tty_class_folder) {
+    try {
+        auto set = std::make_shared<DeviceSet>();
+        AddPresentDevices(tty_class_folder, &set->devices);
+        return DeviceSets().Add(std::move(set));
+    } catch (...) {
+        SetLastErrno(ENOMEM);
+        return PLAT_INVALID_HANDLE;
+    }
+}
+
+plat_handle plat_devices_open(const char* class_name) {
+    if (strcasecmp(class_name, "Ports") == 0) return OpenDevicesBelow("/sys/class/tty");
+    SetLastErrno(ENOENT);
+    return PLAT_INVALID_HANDLE;
+}
+
+bool plat_devices_select(plat_handle devices, uint32_t index) {
+    const std::shared_ptr<DeviceSet> set = DeviceSets().Find(devices);
+    if (set == nullptr) return false;
+    if (index >= set->devices.size()) {
+        SetLastErrno(ENOENT);
+        return false;
+    }
+    set->current = index;
+    return true;
+}
+
+/** Does something with the current device of a set; false when there is none. */
+template <class Action>
+static bool WithCurrent(plat_handle devices, Action action) {
+    const std::shared_ptr<DeviceSet> set = DeviceSets().Find(devices);
+    if (set == nullptr) return false;
+    if (set->current >= set->devices.size()) {
+        SetLastErrno(ENOENT);
+        return false;
+    }
+    return action(set->devices[set->current]);
+}
+
+bool plat_devices_port_name(plat_handle devices, char* name, uint32_t size) {
+    return WithCurrent(devices, [name, size](const Device& device) {
+        if (strlen(device.port_name) < size) CopyCut(name, size, device.port_name);
+        return true;
+    });
+}
+
+uint32_t plat_devices_friendly_size(plat_handle devices) {
+    uint32_t size = 0;
+    WithCurrent(devices, [&size](const Device& device) {
+        if (!device.friendly.empty()) size = static_cast<uint32_t>(device.friendly.size()) + 1;
+        return true;
+    });
+    return size;
+}
+
+bool plat_devices_friendly(plat_handle devices, char* friendly, uint32_t size) {
+    return WithCurrent(devices, [friendly, size](const Device& device) {
+        if (device.friendly.empty() || device.friendly.size() >= size) {
+            SetLastErrno(device.friendly.empty() ? ENOENT : ERANGE);
+            return false;
+        }
+        CopyCut(friendly, size, device.friendly.c_str());
+        return true;
+    });
+}
+
+bool plat_devices_close(plat_handle devices) {
+    return DeviceSets().Remove(devices) != nullptr;
+}
