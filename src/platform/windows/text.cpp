@@ -1,0 +1,36 @@
+/*
+ * Capitals and wide characters.
+ */
+#include <windows.h>
+
+#include <cstring>
+
+#include "../platform.h"
+
+void plat_upper(char* text) {
+    CharUpperA(text);
+}
+
+/** Converts the whole text, or tells the size needed when `bytes` is NULL. 0 on failure. */
+static int Convert(const wchar_t* wide, char* bytes, int size) {
+    const int converted = WideCharToMultiByte(CP_ACP, 0, wide, -1, bytes, size, " ", nullptr);
+    if (converted != 0 || GetLastError() != ERROR_INVALID_PARAMETER) return converted;
+    // Machines whose code page is UTF-8 refuse a replacement character: they lack no character.
+    return WideCharToMultiByte(CP_ACP, 0, wide, -1, bytes, size, nullptr, nullptr);
+}
+
+void plat_wide_to_bytes(const wchar_t* wide, char* bytes, size_t size) {
+    if (size == 0) return;
+    bytes[0] = '\0';
+
+    // The system leaves the target undefined when the text does not fit: it is converted whole, then cut.
+    const int whole_size = Convert(wide, nullptr, 0);
+    char* whole = whole_size > 0 ? static_cast<char*>(plat_alloc(static_cast<size_t>(whole_size))) : nullptr;
+    if (whole == nullptr) return;
+    if (Convert(wide, whole, whole_size) != 0) {
+        const size_t length = strnlen(whole, size - 1);
+        memcpy(bytes, whole, length);
+        bytes[length] = '\0';
+    }
+    plat_free(whole);
+}
