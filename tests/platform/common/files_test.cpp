@@ -1,0 +1,244 @@
+#include <unistd.h>
+
+#include <climits>
+#include <ctime>
+#include <set>
+#include <string>
+
+#include "scratch_folder.h"
+
+struct Files : ScratchFolder {};
+
+TEST_F(Files, StatusOfAFileAFolderAndNothing) {
+    WriteText("a.txt", "12345");
+    std::filesystem::create_directory("sub");
+    plat_file_status status = {};
+    ASSERT_TRUE(plat_file_query("a.txt", &status));
+    EXPECT_EQ(status.mode & PLAT_MODE_FORMAT, PLAT_MODE_REGULAR);
+    EXPECT_EQ(status.size, 5);
+    EXPECT_NEAR(static_cast<double>(status.modified - time(nullptr)), 0, 5);
+    ASSERT_TRUE(plat_file_query(".\\sub", &status));
+    EXPECT_EQ(status.mode & PLAT_MODE_FORMAT, PLAT_MODE_DIRECTORY);
+    EXPECT_FALSE(plat_file_query("b.txt", &status));
+    EXPECT_FALSE(plat_file_query(std::string(100000, 'x').c_str(), &status));
+}
+
+TEST_F(Files, FoldersAreCreatedOneLevelAtATime) {
+    EXPECT_FALSE(plat_create_folder("a\\b"));
+    EXPECT_TRUE(plat_create_folder("a"));
+    EXPECT_FALSE(plat_create_folder("a"));
+    EXPECT_TRUE(plat_create_folder("a\\b"));
+    EXPECT_TRUE(plat_create_folder("a/c"));
+    EXPECT_TRUE(std::filesystem::is_directory("a/b"));
+    EXPECT_TRUE(std::filesystem::is_directory("a/c"));
+}
+
+TEST_F(Files, MovingNeverReplaces) {
+    WriteText("a", "first");
+    WriteText("b", "second");
+    EXPECT_FALSE(plat_move_file("a", "b"));
+    EXPECT_EQ(ReadText("a"), "first");
+    EXPECT_EQ(ReadText("b"), "second");
+    EXPECT_TRUE(plat_move_file("a", ".\\c"));
+    EXPECT_FALSE(std::filesystem::exists("a"));
+    EXPECT_EQ(ReadText("c"), "first");
+    EXPECT_FALSE(plat_move_file("a", "d"));
+}
+
+TEST_F(Files, RemovingTakesFilesAlone) {
+    WriteText("a", "");
+    std::filesystem::create_directory("sub");
+    EXPECT_TRUE(plat_remove_file("a"));
+    EXPECT_FALSE(std::filesystem::exists("a"));
+    EXPECT_FALSE(plat_remove_file("a"));
+    EXPECT_FALSE(plat_remove_file("sub"));
+    EXPECT_TRUE(std::filesystem::exists("sub"));
+}
+
+static void WriteFile(const char* path, const char* mode, const std::string& text) {
+    plat_file* file = plat_file_open(path, mode);
+    ASSERT_NE(file, nullptr);
+    EXPECT_TRUE(plat_file_write(file, text.data(), text.size()));
+    EXPECT_TRUE(plat_file_close(file));
+}
+
+TEST_F(Files, ModesOfOpening) {
+    EXPECT_EQ(plat_file_open("t", "r"), nullptr);
+    WriteFile("t", "w", "one\n");
+    WriteFile("t", "a", "two\n");
+    EXPECT_EQ(ReadText("t"), "one\ntwo\n");
+    WriteFile("t", "w+", "three\n");
+    EXPECT_EQ(ReadText("t"), "three\n");
+    EXPECT_EQ(plat_file_open("no/such/folder", "w"), nullptr);
+    std::filesystem::create_directory("sub");
+    EXPECT_EQ(plat_file_open("sub", "r"), nullptr);
+    EXPECT_EQ(plat_file_open("sub", "a"), nullptr);
+}
+
+TEST_F(Files, ReadingStopsAtTheEnd) {
+    WriteFile("t", "w", "ab\ncd\n");
+    plat_file* file = plat_file_open("t", "r");
+    ASSERT_NE(file, nullptr);
+    char text[16] = "";
+    EXPECT_EQ(plat_file_read(file, text, 4), 4u);
+    EXPECT_STREQ(text, "ab\nc");
+    EXPECT_EQ(plat_file_read(file, text, sizeof text), 2u);
+    EXPECT_EQ(plat_file_read(file, text, sizeof text), 0u);
+    EXPECT_TRUE(plat_file_close(file));
+}
+
+TEST_F(Files, AFileOpenForReadingTakesNoText) {
+    WriteFile("t", "w", "ab");
+    plat_file* file = plat_file_open("t", "r");
+    ASSERT_NE(file, nullptr);
+    EXPECT_FALSE(plat_file_write(file, "x", 1) && plat_file_close(file));
+    EXPECT_EQ(ReadText("t"), "ab");
+}
+
+TEST_F(Files, AFileIsSharedWhileItIsWritten) {
+    plat_file* first = plat_file_open("t", "a");
+    plat_file* second = plat_file_open("t", "a");
+    plat_file* reader = plat_file_open("t", "r");
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    ASSERT_NE(reader, nullptr);
+    plat_file_write(first, "1", 1);
+    EXPECT_TRUE(plat_file_close(first));
+    plat_file_write(second, "2", 1);
+    EXPECT_TRUE(plat_file_close(second));
+    char text[8] = "";
+    EXPECT_EQ(plat_file_read(reader, text, sizeof text), 2u);
+    EXPECT_STREQ(text, "12");
+    EXPECT_TRUE(plat_file_close(reader));
+}
+
+PLAT_PRINTF_CHECK(2, 3) static bool Print(plat_file* file, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const bool printed = plat_file_vprintf(file, format, arguments);
+    va_end(arguments);
+    return printed;
+}
+
+TEST_F(Files, FormattedTextIsTheSameEverywhere) {
+    plat_file* file = plat_file_open("t", "w");
+    ASSERT_NE(file, nullptr);
+    const char* nothing = nullptr;
+    EXPECT_TRUE(
+        Print(file, "[%06d][%s][%zu][%lld][%08Xh]\n", -1006, nothing, sizeof(int64_t), LLONG_MAX, 0xABu));
+    const std::string big(20000, 'b');
+    EXPECT_TRUE(Print(file, "%s", big.c_str()));
+    EXPECT_TRUE(plat_file_close(file));
+    EXPECT_EQ(ReadText("t"), "[-01006][(null)][8][9223372036854775807][000000ABh]\n" + big);
+}
+
+TEST_F(Files, AppendingByDescriptor) {
+    for (const char* text : {"one\n", "two\n"}) {
+        const int descriptor = plat_append_open("t");
+        ASSERT_GT(descriptor, 0);
+        EXPECT_TRUE(plat_append_write(descriptor, text, 4));
+        EXPECT_TRUE(plat_append_write(descriptor, text, 0));
+        plat_append_close(descriptor);
+        EXPECT_FALSE(plat_append_write(-1, text, 4));
+    }
+    EXPECT_EQ(ReadText("t"), "one\ntwo\n");
+    EXPECT_EQ(plat_append_open("no\\such\\folder"), -1);
+}
+
+TEST_F(Files, TheAppendDescriptorIsNeverZero) {
+    const int kept = dup(0);
+    close(0);
+    const int descriptor = plat_append_open("t");
+    EXPECT_GT(descriptor, 0);
+    EXPECT_TRUE(plat_append_write(descriptor, "x", 1));
+    plat_append_close(descriptor);
+    if (kept >= 0) {
+        dup2(kept, 0);
+        close(kept);
+    }
+    EXPECT_EQ(ReadText("t"), "x");
+}
+
+TEST_F(Files, SearchGivesEveryMatchOnce) {
+    std::filesystem::create_directory("Log");
+    for (const char* name : {"b.txt", "a.txt", "c.txt", "d.log", "etxt"}) {
+        WriteText(std::string("Log/") + name, "");
+    }
+    char name[64] = "";
+    std::set<std::string> names;
+    const plat_handle search = plat_find_open("Log/*.txt", name, sizeof name);
+    ASSERT_TRUE(plat_handle_valid(search));
+    do {
+        EXPECT_TRUE(names.insert(name).second) << name;
+    } while (plat_find_next(search, name, sizeof name));
+    plat_find_close(search);
+    EXPECT_EQ(names, (std::set<std::string>{"a.txt", "b.txt", "c.txt"}));
+}
+
+TEST_F(Files, SearchWithoutAMatch) {
+    char name[64] = "";
+    EXPECT_EQ(plat_find_open("Log/*.txt", name, sizeof name), PLAT_INVALID_HANDLE);
+    std::filesystem::create_directory("Log");
+    EXPECT_EQ(plat_find_open("Log\\*.txt", name, sizeof name), PLAT_INVALID_HANDLE);
+}
+
+TEST_F(Files, SearchCutsALongName) {
+    WriteText("abcdefgh.txt", "");
+    char name[5] = "";
+    const plat_handle search = plat_find_open("*.txt", name, sizeof name);
+    ASSERT_TRUE(plat_handle_valid(search));
+    EXPECT_STREQ(name, "abcd");
+    EXPECT_FALSE(plat_find_next(search, name, sizeof name));
+    plat_find_close(search);
+}
+
+TEST_F(Files, SearchesLeftOpenHurtNobody) {
+    WriteText("a.txt", "");
+    char name[64] = "";
+    for (int count = 0; count < 3000; ++count) {
+        ASSERT_TRUE(plat_handle_valid(plat_find_open("*.txt", name, sizeof name))) << count;
+        ASSERT_STREQ(name, "a.txt");
+    }
+}
+
+TEST_F(Files, ShellRemovesATree) {
+    std::filesystem::create_directories("tree/deep/deeper");
+    WriteText("tree/deep/file", "x");
+    std::filesystem::create_directories("other");
+    EXPECT_EQ(plat_shell("rmdir /S /Q tree"), 0);
+    EXPECT_FALSE(std::filesystem::exists("tree"));
+    EXPECT_TRUE(std::filesystem::exists("other"));
+}
+
+TEST_F(Files, ShellSplitsNamesAtBlanks) {
+    std::filesystem::create_directories("one");
+    std::filesystem::create_directories("two/deep");
+    EXPECT_EQ(plat_shell("rmdir /S /Q one two\\deep"), 0);
+    EXPECT_FALSE(std::filesystem::exists("one"));
+    EXPECT_TRUE(std::filesystem::exists("two"));
+    EXPECT_FALSE(std::filesystem::exists("two/deep"));
+}
+
+TEST_F(Files, ShellRemovesAFileAndItsNamesakesBelow) {
+    std::filesystem::create_directories("sub/deep");
+    for (const char* name : {"x.txt", "sub/x.txt", "sub/deep/x.txt", "y.txt", "sub/y.txt"}) {
+        WriteText(name, "");
+    }
+    EXPECT_EQ(plat_shell("del /S x.txt"), 0);
+    EXPECT_FALSE(std::filesystem::exists("x.txt"));
+    EXPECT_FALSE(std::filesystem::exists("sub/x.txt"));
+    EXPECT_FALSE(std::filesystem::exists("sub/deep/x.txt"));
+    EXPECT_TRUE(std::filesystem::exists("y.txt"));
+    EXPECT_EQ(plat_shell("del /S sub\\y.txt"), 0);
+    EXPECT_FALSE(std::filesystem::exists("sub/y.txt"));
+    EXPECT_TRUE(std::filesystem::exists("y.txt"));
+}
+
+TEST_F(Files, CommonDataFolder) {
+    char path[512] = "";
+    ASSERT_TRUE(plat_common_data_folder(path, sizeof path));
+    EXPECT_TRUE(std::filesystem::path(path).is_absolute()) << path;
+    char small[4] = "abc";
+    EXPECT_FALSE(plat_common_data_folder(small, sizeof small));
+    EXPECT_STREQ(small, "abc");
+}

@@ -1,0 +1,151 @@
+/*
+ * Discovery on a made-up copy of the kernel's view.
+ */
+#include "platform/posix/devices.h"
+
+#include "scratch_folder.h"
+
+namespace fs = std::filesystem;
+
+struct Devices : ScratchFolder {
+    void TearDown() override {
+        plat_devices_close(devices);
+        ScratchFolder::TearDown();
+    }
+
+    /** A port of the mainboard; type "0" is one that the kernel only makes room for. */
+    static void AddBuiltIn(int index, const char* type) {
+        const fs::path hardware = "devices/platform/serial" + std::to_string(index);
+        fs::create_directories(hardware / "driver");
+        const fs::path entry = "class/ttyS" + std::to_string(index);
+        fs::create_directories(entry);
+        WriteText((entry / "type").string(), std::string(type) + "\n");
+        fs::create_directory_symlink("../../" + hardware.string(), entry / "device");
+    }
+
+    /** A USB port `floors` folders below its USB device, which hangs on a hub with a product text of its own.
+     */
+    static void AddUsb(const std::string& name, const std::string& bus, int floors, const char* product) {
+        const fs::path hub = "devices/usb1";
+        const fs::path usb = hub / bus;
+        fs::create_directories(usb);
+        WriteText((hub / "idVendor").string(), "1d6b\n");
+        WriteText((hub / "product").string(), "Some Hub\n");
+        WriteText((usb / "idVendor").string(), "0000\n");
+        if (product != nullptr) WriteText((usb / "product").string(), product);
+        fs::path hardware = usb;
+        for (int floor = 0; floor < floors; ++floor) {
+            hardware /= floor == 0 ? bus + ":1.0" : name;
+        }
+        fs::create_directories(hardware / "driver");
+        fs::create_directories("class/" + name);
+        fs::create_directory_symlink("../../" + hardware.string(), "class/" + name + "/device");
+    }
+
+    void Open() {
+        devices = OpenDevicesBelow("class");
+        ASSERT_TRUE(plat_handle_valid(devices));
+    }
+
+    std::string PortName(uint32_t index) const {
+        char name[16] = "";
+        if (!plat_devices_select(devices, index)) return "none";
+        EXPECT_TRUE(plat_devices_port_name(devices, name, sizeof name));
+        return name;
+    }
+
+    std::string Friendly(uint32_t index) const {
+        if (!plat_devices_select(devices, index)) return "none";
+        const uint32_t size = plat_devices_friendly_size(devices);
+        std::string text(size, 'x');
+        const bool read = plat_devices_friendly(devices, text.data(), size);
+        EXPECT_EQ(read, size > 0);
+        return size > 0 ? std::string(text.c_str()) : "";
+    }
+
+    plat_handle devices = PLAT_INVALID_HANDLE;
+};
+
+TEST_F(Devices, ComeInTheOrderOfTheirNumbers) {
+    AddUsb("ttyACM1", "1-3", 1, "MXQ-B70 device\n");
+    AddUsb("ttyUSB10", "1-2", 2, "Cable ten\n");
+    AddUsb("ttyUSB2", "1-1", 2, "ZANTIR SAT\n");
+    AddBuiltIn(0, "4");
+    AddBuiltIn(1, "0");
+    Open();
+    EXPECT_EQ(PortName(0), "COM1");
+    EXPECT_EQ(PortName(1), "COM35");
+    EXPECT_EQ(PortName(2), "COM43");
+    EXPECT_EQ(PortName(3), "COM66");
+    EXPECT_EQ(PortName(4), "none");
+    EXPECT_EQ(Friendly(0), "");
+    EXPECT_EQ(Friendly(1), "ZANTIR SAT");
+    EXPECT_EQ(Friendly(2), "Cable ten");
+    EXPECT_EQ(Friendly(3), "MXQ-B70 device");
+}
+
+TEST_F(Devices, AHubsTextIsNotItsPorts) {
+    AddUsb("ttyACM0", "1-1", 1, nullptr);
+    Open();
+    EXPECT_EQ(PortName(0), "COM65");
+    EXPECT_EQ(Friendly(0), "");
+    EXPECT_EQ(plat_devices_friendly_size(devices), 0u);
+}
+
+TEST_F(Devices, AnEntryWithoutADeviceIsNotPresent) {
+    fs::create_directories("class/ttyUSB0");
+    fs::create_directories("class/ttyS0");
+    AddUsb("ttyUSB32", "1-1", 2, "beyond the table\n");
+    Open();
+    EXPECT_EQ(PortName(0), "none");
+}
+
+TEST_F(Devices, NothingIsAnEmptySet) {
+    Open();
+    EXPECT_FALSE(plat_devices_select(devices, 0));
+    char name[16] = "kept";
+    EXPECT_FALSE(plat_devices_port_name(devices, name, sizeof name));
+    EXPECT_STREQ(name, "kept");
+    EXPECT_EQ(plat_devices_friendly_size(devices), 0u);
+}
+
+TEST_F(Devices, ANameThatDoesNotFitIsLeftOut) {
+    AddUsb("ttyACM0", "1-1", 1, "Product\n");
+    Open();
+    ASSERT_TRUE(plat_devices_select(devices, 0));
+    char name[6] = "kept";
+    EXPECT_TRUE(plat_devices_port_name(devices, name, 5));
+    EXPECT_STREQ(name, "kept");
+    EXPECT_TRUE(plat_devices_port_name(devices, name, 6));
+    EXPECT_STREQ(name, "COM65");
+    char friendly[8] = "";
+    EXPECT_EQ(plat_devices_friendly_size(devices), 8u);
+    EXPECT_FALSE(plat_devices_friendly(devices, friendly, 7));
+    EXPECT_TRUE(plat_devices_friendly(devices, friendly, 8));
+    EXPECT_STREQ(friendly, "Product");
+}
+
+TEST_F(Devices, AnOverlongProductStaysInItsBuffers) {
+    AddUsb("ttyACM0", "1-1", 1, std::string(100000, 'p').c_str());
+    Open();
+    EXPECT_EQ(Friendly(0), std::string(4096, 'p'));
+}
+
+TEST_F(Devices, AClosedSetIsDead) {
+    Open();
+    EXPECT_TRUE(plat_devices_close(devices));
+    EXPECT_FALSE(plat_devices_close(devices));
+    EXPECT_FALSE(plat_devices_select(devices, 0));
+}
+
+TEST(DevicesOfTheMachine, OnlyTheClassOfPortsIsKnown) {
+    EXPECT_EQ(plat_devices_open("Printers"), PLAT_INVALID_HANDLE);
+    const plat_handle devices = plat_devices_open("Ports");
+    ASSERT_TRUE(plat_handle_valid(devices));
+    uint32_t count = 0;
+    while (plat_devices_select(devices, count)) {
+        ++count;
+    }
+    EXPECT_LE(count, 96u);
+    EXPECT_TRUE(plat_devices_close(devices));
+}

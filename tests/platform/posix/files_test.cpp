@@ -1,0 +1,174 @@
+/*
+ * Files where Unix differs: what the removal must not touch, kinds of files, descriptors, order.
+ */
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/posix/last_error.h"
+#include "platform/posix/path.h"
+#include "scratch_folder.h"
+
+namespace fs = std::filesystem;
+
+struct UnixFiles : ScratchFolder {};
+
+TEST_F(UnixFiles, KindsOfFiles) {
+    plat_file_status status = {};
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    ASSERT_TRUE(plat_file_query("pipe", &status));
+    EXPECT_EQ(status.mode & PLAT_MODE_FORMAT, PLAT_MODE_PIPE);
+    ASSERT_TRUE(plat_file_query("/dev/null", &status));
+    EXPECT_EQ(status.mode & PLAT_MODE_FORMAT, PLAT_MODE_CHARACTER);
+    if (mknod("block", S_IFBLK | 0600, 0) == 0) {
+        ASSERT_TRUE(plat_file_query("block", &status));
+        EXPECT_EQ(status.mode & PLAT_MODE_FORMAT, PLAT_MODE_BLOCK);
+        EXPECT_EQ(status.mode & 0777u, 0600u);
+    }
+}
+
+TEST_F(UnixFiles, TheAppendFileIsItsOwners) {
+    const int descriptor = plat_append_open("log");
+    ASSERT_GT(descriptor, 0);
+    plat_append_close(descriptor);
+    plat_file_status status = {};
+    ASSERT_TRUE(plat_file_query("log", &status));
+    EXPECT_EQ(status.mode & 0777u, 0600u);
+}
+
+TEST_F(UnixFiles, AFullDiskIsNotASuccess) {
+    plat_file* file = plat_file_open("/dev/full", "a");
+    ASSERT_NE(file, nullptr);
+    plat_file_write(file, "x", 1);
+    EXPECT_FALSE(plat_file_close(file));
+    const int descriptor = plat_append_open("/dev/full");
+    ASSERT_GT(descriptor, 0);
+    EXPECT_FALSE(plat_append_write(descriptor, "x", 1));
+    plat_append_close(descriptor);
+}
+
+TEST_F(UnixFiles, SearchIsSortedAndHoldsNoDescriptor) {
+    for (const char* name : {"c.txt", "a.txt", "b.txt"}) {
+        WriteText(name, "");
+    }
+    const auto descriptors = [] {
+        const fs::directory_iterator open_ones("/proc/self/fd");
+        return std::distance(begin(open_ones), end(open_ones));
+    };
+    const auto before = descriptors();
+    char name[64] = "";
+    const plat_handle search = plat_find_open("*.txt", name, sizeof name);
+    EXPECT_EQ(descriptors(), before);
+    EXPECT_STREQ(name, "a.txt");
+    ASSERT_TRUE(plat_find_next(search, name, sizeof name));
+    EXPECT_STREQ(name, "b.txt");
+    ASSERT_TRUE(plat_find_next(search, name, sizeof name));
+    EXPECT_STREQ(name, "c.txt");
+    EXPECT_FALSE(plat_find_next(search, name, sizeof name));
+    plat_find_close(search);
+    EXPECT_FALSE(plat_find_next(search, name, sizeof name));
+}
+
+TEST_F(UnixFiles, PatternsKnowStarsAndQuestionMarksAlone) {
+    EXPECT_TRUE(MatchesPattern("a.txt", "*.txt"));
+    EXPECT_TRUE(MatchesPattern("", "*"));
+    EXPECT_TRUE(MatchesPattern("ab.txt.txt", "*.txt"));
+    EXPECT_TRUE(MatchesPattern("axbxc", "a*b*c"));
+    EXPECT_TRUE(MatchesPattern("[a]", "[a]"));
+    EXPECT_TRUE(MatchesPattern("ab", "a?"));
+    EXPECT_FALSE(MatchesPattern("a", "a?"));
+    EXPECT_FALSE(MatchesPattern("a", "[a]"));
+    EXPECT_FALSE(MatchesPattern("a.txt2", "*.txt"));
+    EXPECT_FALSE(MatchesPattern("a", ""));
+}
+
+TEST_F(UnixFiles, RemovalOfATreeLeavesWhatLinksLeadTo) {
+    fs::create_directories("tree/sub");
+    fs::create_directories("kept");
+    WriteText("kept/file", "x");
+    fs::create_directory_symlink("../kept", "tree/link");
+    fs::create_symlink("../kept/file", "tree/file-link");
+    EXPECT_EQ(plat_shell("rmdir /S /Q tree/"), 0);
+    EXPECT_FALSE(fs::exists("tree"));
+    EXPECT_TRUE(fs::exists("kept/file"));
+
+    fs::create_directory_symlink("kept", "link");
+    EXPECT_EQ(plat_shell("rmdir /S /Q link/"), 0);
+    EXPECT_FALSE(fs::is_symlink("link"));
+    EXPECT_TRUE(fs::exists("kept/file"));
+}
+
+TEST_F(UnixFiles, RemovalRefusesTheTreesThatHoldUs) {
+    fs::create_directories("inner/deep");
+    fs::current_path("inner");
+    for (const char* name :
+         {"/", "//", ".", "./", "..", "../", "deep/..", "../inner", "../../", "\\", ".\\."}) {
+        EXPECT_NE(plat_shell((std::string("rmdir /S /Q ") + name).c_str()), 0) << name;
+        ASSERT_TRUE(fs::exists("deep")) << name;
+    }
+    EXPECT_NE(plat_shell(("rmdir /S /Q " + folder.string()).c_str()), 0);
+    EXPECT_TRUE(fs::exists("deep"));
+    fs::current_path("..");
+}
+
+TEST_F(UnixFiles, RemovalOfWhatIsNoFolderOrNotThereFails) {
+    WriteText("file", "x");
+    EXPECT_NE(plat_shell("rmdir /S /Q file"), 0);
+    EXPECT_TRUE(fs::exists("file"));
+    EXPECT_NE(plat_shell("rmdir /S /Q missing"), 0);
+    EXPECT_NE(plat_shell("del /S missing"), 0);
+    EXPECT_NE(plat_shell("rmdir /S /Q "), 0);
+    EXPECT_NE(plat_shell("del /S "), 0);
+}
+
+TEST_F(UnixFiles, RemovalOfFilesStaysInItsTree) {
+    fs::create_directories("tree/x.txt");
+    fs::create_directories("outside");
+    WriteText("outside/a.txt", "");
+    WriteText("tree/a.txt", "");
+    WriteText("tree/x.txt/b.txt", "");
+    fs::create_directory_symlink("../outside", "tree/link");
+    fs::create_directory_symlink("../outside", "tree/link.txt");
+    EXPECT_EQ(plat_shell("del /S tree\\*.txt"), 0);
+    EXPECT_FALSE(fs::exists("tree/a.txt"));
+    EXPECT_FALSE(fs::exists("tree/x.txt/b.txt"));
+    EXPECT_TRUE(fs::exists("tree/x.txt"));
+    EXPECT_TRUE(fs::exists("tree/link.txt"));
+    EXPECT_TRUE(fs::exists("outside/a.txt"));
+}
+
+TEST_F(UnixFiles, NoShellIsStarted) {
+    WriteText("kept", "");
+    WriteText("$(touch", "");
+    EXPECT_NE(plat_shell("del /S missing; touch made"), 0);
+    EXPECT_EQ(plat_shell("del /S $(touch"), 0);
+    EXPECT_NE(plat_shell("rm kept"), 0);
+    EXPECT_NE(plat_shell("touch made"), 0);
+    EXPECT_NE(plat_shell(""), 0);
+    EXPECT_NE(plat_shell("RMDIR /S /Q kept"), 0);
+    EXPECT_TRUE(fs::exists("kept"));
+    EXPECT_FALSE(fs::exists("made"));
+    EXPECT_FALSE(fs::exists("$(touch"));
+}
+
+TEST(UnixErrors, ReadAsTheEngineKnowsThem) {
+    const std::pair<int, uint32_t> kRows[] = {{ENOENT, 2}, {ENODEV, 2}, {ENXIO, 2},   {EBUSY, 5},
+                                              {EACCES, 5}, {EPERM, 5},  {EINVAL, 22}, {EIO, 1117}};
+    for (const auto& [error, code] : kRows) {
+        SetLastErrno(error);
+        EXPECT_EQ(plat_last_error(), code) << error;
+    }
+    char* text = plat_error_text(5);
+    EXPECT_STREQ(text, "Permission denied");
+    plat_free(text);
+    text = plat_error_text(1117);
+    EXPECT_STREQ(text, "Input/output error");
+    plat_free(text);
+}
+
+TEST(UnixText, CommonDataFolderIsTheSystems) {
+    char path[16] = "";
+    ASSERT_TRUE(plat_common_data_folder(path, 9));
+    EXPECT_STREQ(path, "/var/lib");
+}

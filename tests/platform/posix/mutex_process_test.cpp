@@ -1,0 +1,159 @@
+/*
+ * The mutex and what Unix adds to processes: forks, lock files, other users.
+ */
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "child_process.h"
+#include "platform/platform.h"
+#include "platform/posix/lock_file.h"
+
+/** A mutex of its own for each test, whose file is removed at the end. */
+struct ProcessMutex : testing::Test {
+    void SetUp() override {
+        name = "zantir test " + std::to_string(plat_system_time()) + std::to_string(plat_counter());
+        old_umask = umask(077);
+        mutex = plat_mutex_create(name.c_str());
+        umask(old_umask);
+        ASSERT_TRUE(plat_handle_valid(mutex));
+        LockFile file = {};
+        ASSERT_TRUE(OpenLockFile(name.c_str(), &file));
+        CloseLockFile(&file);
+        path = file.path;
+    }
+
+    void TearDown() override { unlink(path.c_str()); }
+
+    mode_t old_umask = 0;
+    std::string name;
+    std::string path;
+    plat_handle mutex = 0;
+};
+
+/** Runs `action` in a forked child and gives its exit code. */
+template <class Action>
+static int InFork(Action action) {
+    const pid_t child = fork();
+    if (child == 0) _exit(action());
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(ProcessMutex, AForkedChildOwnsNothing) {
+    ASSERT_EQ(plat_mutex_wait(mutex, 0), PLAT_WAIT_ACQUIRED);
+    EXPECT_EQ(InFork([this] {
+                  if (plat_mutex_release(mutex)) return 1;
+                  return plat_mutex_wait(mutex, 0) == PLAT_WAIT_TIMEOUT ? 0 : 2;
+              }),
+              0);
+    ChildProcess other = {};
+    EXPECT_FALSE(StartMutexHolder(name.c_str(), &other)) << "the child gave away what is not its own";
+    KillChild(&other);
+    EXPECT_TRUE(plat_mutex_release(mutex));
+    EXPECT_EQ(InFork([this] { return plat_mutex_wait(mutex, 0) == PLAT_WAIT_ACQUIRED ? 0 : 1; }), 0);
+}
+
+TEST_F(ProcessMutex, AChildThatLivesOnDoesNotKeepItsParentsLock) {
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t owner = fork();
+    if (owner == 0) {
+        if (plat_mutex_wait(mutex, 0) != PLAT_WAIT_ACQUIRED) _exit(1);
+        const pid_t survivor = fork();
+        if (survivor == 0) {
+            for (;;)
+                pause();
+        }
+        if (write(ready[1], &survivor, sizeof survivor) != sizeof survivor) _exit(1);
+        for (;;)
+            pause();
+    }
+    pid_t survivor = 0;
+    ASSERT_EQ(read(ready[0], &survivor, sizeof survivor), static_cast<ssize_t>(sizeof survivor));
+    EXPECT_EQ(plat_mutex_wait(mutex, 0), PLAT_WAIT_TIMEOUT);
+    kill(owner, SIGKILL);
+    waitpid(owner, nullptr, 0);
+    EXPECT_EQ(plat_mutex_wait(mutex, 20000), PLAT_WAIT_ACQUIRED);
+    EXPECT_TRUE(plat_mutex_release(mutex));
+    kill(survivor, SIGKILL);
+    close(ready[0]);
+    close(ready[1]);
+}
+
+TEST_F(ProcessMutex, AnAbandonedMutexGoesToAnotherProcess) {
+    EXPECT_EQ(InFork([this] { return plat_mutex_wait(mutex, 0) == PLAT_WAIT_ACQUIRED ? 0 : 1; }), 0);
+    EXPECT_EQ(plat_mutex_wait(mutex, 20000), PLAT_WAIT_ACQUIRED);
+    EXPECT_TRUE(plat_mutex_release(mutex));
+}
+
+static long OpenDescriptors() {
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return std::distance(begin(descriptors), end(descriptors));
+}
+
+TEST_F(ProcessMutex, OneDescriptorHoweverOftenItIsCreated) {
+    const long before = OpenDescriptors();
+    for (int count = 0; count < 100; ++count) {
+        ASSERT_EQ(plat_mutex_create(name.c_str()), mutex);
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST_F(ProcessMutex, TheFileIsForEverybody) {
+    struct stat status = {};
+    ASSERT_EQ(lstat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777u, 0666u);
+}
+
+TEST_F(ProcessMutex, AFileThatWasCleanedAwayStillExcludes) {
+    ASSERT_EQ(unlink(path.c_str()), 0);
+    ChildProcess other = {};
+    ASSERT_TRUE(StartMutexHolder(name.c_str(), &other));
+    // Our descriptor is of the old file, which nobody else has locked.
+    EXPECT_EQ(plat_mutex_wait(mutex, 0), PLAT_WAIT_TIMEOUT);
+    KillChild(&other);
+    EXPECT_EQ(plat_mutex_wait(mutex, 20000), PLAT_WAIT_ACQUIRED);
+    EXPECT_TRUE(plat_mutex_release(mutex));
+}
+
+TEST_F(ProcessMutex, AFileThatIsNotOursIsRefused) {
+    const std::string other_name = name + "x";
+    LockFile other = {};
+    ASSERT_TRUE(OpenLockFile(other_name.c_str(), &other));
+    CloseLockFile(&other);
+    ASSERT_EQ(unlink(other.path), 0);
+
+    ASSERT_EQ(symlink(path.c_str(), other.path), 0);
+    EXPECT_EQ(plat_mutex_create(other_name.c_str()), 0);
+    ASSERT_EQ(unlink(other.path), 0);
+    ASSERT_EQ(mkfifo(other.path, 0666), 0);
+    EXPECT_EQ(plat_mutex_create(other_name.c_str()), 0);
+    EXPECT_EQ(plat_last_error(), PLAT_ERROR_ACCESS_DENIED);
+    ASSERT_EQ(unlink(other.path), 0);
+}
+
+TEST(LockFileName, NoTwoNamesShareAFile) {
+    LockFile files[3] = {};
+    const char* names[3] = {"zantir a/b", "zantir a_2Fb", "zantir_20a/b"};
+    for (int index = 0; index < 3; ++index) {
+        ASSERT_TRUE(OpenLockFile(names[index], &files[index]));
+        CloseLockFile(&files[index]);
+        unlink(files[index].path);
+    }
+    EXPECT_STRNE(files[0].path, files[1].path);
+    EXPECT_STRNE(files[0].path, files[2].path);
+    EXPECT_STRNE(files[1].path, files[2].path);
+}
+
+TEST(LockFileName, TooLongAName) {
+    EXPECT_EQ(plat_mutex_create(std::string(1000, 'x').c_str()), 0);
+    EXPECT_EQ(plat_mutex_create(std::string(1000, ' ').c_str()), 0);
+}
