@@ -1,0 +1,88 @@
+/*
+ * The frame in which a command travels to the device and a reply comes back, and its checksum.
+ *
+ * A frame is STX, the text (fields separated by "|"), one checksum byte, ETX: n + 3 bytes for n bytes of
+ * text. There is no length field and no escaping, and the checksum may be any byte but ETX, NUL and "|"
+ * included. So a frame is no C string: its checksum is found by its place in front of the final ETX, never by
+ * searching.
+ *
+ * The operations keep no state and may run on any thread.
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+constexpr unsigned char SAT_STX = 0x02;  ///< first byte of every frame
+constexpr unsigned char SAT_ETX = 0x03;  ///< last byte of every frame
+constexpr unsigned char SAT_ACK = 0x06;  ///< the receiver took the block or frame
+constexpr unsigned char SAT_NAK = 0x15;  ///< the receiver refused the block or frame
+
+/** Frames move in blocks of this many bytes, each one acknowledged; the last block may be shorter. */
+constexpr size_t SAT_BLOCK_SIZE = 16384;
+
+/** The byte that stands in a frame for a checksum that would read as ETX. */
+constexpr unsigned char SAT_CHECKSUM_FOR_ETX = 0x04;
+
+/** A finished sum as it goes on the wire: a checksum byte must never be taken for the end of the frame. */
+constexpr unsigned char SatChecksumByte(unsigned char sum) {
+    return sum == SAT_ETX ? SAT_CHECKSUM_FOR_ETX : sum;
+}
+
+/**
+ * The checksum of a text: its bytes added modulo 256, with 0x03 replaced by 0x04.
+ *
+ * @param bytes  the text without STX, checksum and ETX; not read when `size` is 0
+ * @param size   number of bytes
+ */
+constexpr unsigned char SatChecksum(const unsigned char* bytes, size_t size) {
+    // A sum modulo 256 may be taken in any order. Independent lanes of one byte each let the compiler add a
+    // whole register of them at once, which a plain loop does not get at the usual optimisation level.
+    constexpr size_t lanes = 64;
+    unsigned char lane[lanes] = {};
+    size_t at = 0;
+    for (; size - at >= lanes; at += lanes) {
+        for (size_t i = 0; i < lanes; i++) {
+            lane[i] = static_cast<unsigned char>(lane[i] + bytes[at + i]);
+        }
+    }
+    unsigned sum = 0;
+    for (size_t i = 0; i < lanes; i++) {
+        sum += lane[i];
+    }
+    for (; at < size; at++) {
+        sum += bytes[at];
+    }
+    return SatChecksumByte(static_cast<unsigned char>(sum));
+}
+
+/**
+ * The checksum of a text that may begin with STX, which is then not summed.
+ *
+ * @param pBuf     NUL-terminated text, which must also have iBufLen readable bytes. The length is compared
+ * with the text's, so an unterminated buffer is read up to 4 bytes past iBufLen (and, when INF lines are
+ * logged and the comparison fails, up to its first NUL). NULL gives 0.
+ * @param iBufLen  bytes to sum, STX included. 0, and a length below strlen(pBuf) - 3, give 0. The comparison
+ * is made on unsigned 64-bit values: a text shorter than 3 characters therefore always gives 0, and so does a
+ * negative length.
+ * @return the checksum. 0 may also be a real one; no result is an error.
+ */
+uint8_t SAT_API_CalcCkeckSum(const void* pBuf, int32_t iBufLen);
+
+/**
+ * Builds the frame of a text.
+ *
+ * A text that lacks the leading STX gets one, but its last byte is lost: the checksum takes its place.
+ * Callers pass texts that begin with STX.
+ *
+ * @param pSatMsg      the text without checksum and ETX, NUL-terminated as SAT_API_CalcCkeckSum wants it
+ * @param iMsgLen      its length in bytes
+ * @param pSatPkt      receives the frame; must hold iMsgLen + 2 bytes and not overlap the text
+ * @param piSatPktLen  receives the frame's length
+ * @return the frame's length; -1 for a NULL pointer or a length for which there is no frame (negative, or 0
+ *         without STX), nothing is written then
+ */
+int32_t SAT_API_CreatePacket(const void* pSatMsg, int32_t iMsgLen, void* pSatPkt, int32_t* piSatPktLen);
+
+/** Reserved for decoding a command: decodes nothing. Always -1; a NULL command is logged. */
+int32_t SAT_API_DecodeSatCmd(const void* pSatCmdParam, int32_t iLen);
