@@ -36,24 +36,22 @@ constexpr unsigned char SatChecksumByte(unsigned char sum) {
  * @param size   number of bytes
  */
 constexpr unsigned char SatChecksum(const unsigned char* bytes, size_t size) {
-    // A sum modulo 256 may be taken in any order. Independent lanes of one byte each let the compiler add a
-    // whole register of them at once, which a plain loop does not get at the usual optimisation level.
-    constexpr size_t lanes = 64;
-    unsigned char lane[lanes] = {};
+    // Runs of a fixed length, because at the usual optimisation level compilers add a whole register of bytes
+    // at once only where they know the count beforehand.
+    constexpr size_t run = 1024;
+    unsigned char sum = 0;
     size_t at = 0;
-    for (; size - at >= lanes; at += lanes) {
-        for (size_t i = 0; i < lanes; i++) {
-            lane[i] = static_cast<unsigned char>(lane[i] + bytes[at + i]);
+    for (; size - at >= run; at += run) {
+        unsigned char run_sum = 0;
+        for (size_t i = 0; i < run; i++) {
+            run_sum = static_cast<unsigned char>(run_sum + bytes[at + i]);
         }
-    }
-    unsigned sum = 0;
-    for (size_t i = 0; i < lanes; i++) {
-        sum += lane[i];
+        sum = static_cast<unsigned char>(sum + run_sum);
     }
     for (; at < size; at++) {
-        sum += bytes[at];
+        sum = static_cast<unsigned char>(sum + bytes[at]);
     }
-    return SatChecksumByte(static_cast<unsigned char>(sum));
+    return SatChecksumByte(sum);
 }
 
 /**
