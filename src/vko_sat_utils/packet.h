@@ -19,7 +19,7 @@ constexpr unsigned char SAT_ACK = 0x06;  ///< the receiver took the block or fra
 constexpr unsigned char SAT_NAK = 0x15;  ///< the receiver refused the block or frame
 
 /** Frames move in blocks of this many bytes, each one acknowledged; the last block may be shorter. */
-constexpr size_t SAT_BLOCK_SIZE = 16384;
+constexpr int SAT_BLOCK_SIZE = 16384;
 
 /** The byte that stands in a frame for a checksum that would read as ETX. */
 constexpr unsigned char SAT_CHECKSUM_FOR_ETX = 0x04;
@@ -30,12 +30,12 @@ constexpr unsigned char SatChecksumByte(unsigned char sum) {
 }
 
 /**
- * The checksum of a text: its bytes added modulo 256, with 0x03 replaced by 0x04.
+ * The bytes of a text added modulo 256.
  *
- * @param bytes  the text without STX, checksum and ETX; not read when `size` is 0
+ * @param bytes  not read when `size` is 0
  * @param size   number of bytes
  */
-constexpr unsigned char SatChecksum(const unsigned char* bytes, size_t size) {
+constexpr unsigned char SatSum(const unsigned char* bytes, size_t size) {
     // Runs of a fixed length, because at the usual optimisation level compilers add a whole register of bytes
     // at once only where they know the count beforehand.
     constexpr size_t run = 1024;
@@ -51,7 +51,12 @@ constexpr unsigned char SatChecksum(const unsigned char* bytes, size_t size) {
     for (; at < size; at++) {
         sum = static_cast<unsigned char>(sum + bytes[at]);
     }
-    return SatChecksumByte(sum);
+    return sum;
+}
+
+/** The checksum of a text without STX, checksum and ETX: SatSum as it goes on the wire. */
+constexpr unsigned char SatChecksum(const unsigned char* bytes, size_t size) {
+    return SatChecksumByte(SatSum(bytes, size));
 }
 
 /**

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "../platform/platform.h"
+#include "utils_source.h"
 
 /** Levels of a log line. Each is one bit; any other value is written with the tag "Unk". */
 constexpr unsigned VKO_LOG_ERR = 1;
@@ -59,24 +60,35 @@ bool VKO_LogEnabled(unsigned level);
 int VKO_LogWrite(const char* logName, unsigned level, const char* format, ...) PLAT_PRINTF_CHECK(3, 4);
 
 /**
- * Writes a line whose format begins with "[%04d] [%s] [%s]" for the place in the source. A line that no flag
- * lets through costs the flag tests alone: its arguments are not evaluated.
+ * Writes a line whose format begins with "[%04d] [%s] [%s]" for the line, the source file and the function
+ * that are named. A line that no flag lets through costs the flag tests alone: its arguments are not
+ * evaluated.
  */
-#define VKO_LOG(logName, source, level, format, ...)                                                         \
+#define VKO_LOG_AS(logName, source, function, level, format, ...)                                            \
     (VKO_LogEnabled(level) ? VKO_LogWrite((logName), (level), "[%04d] [%s] [%s]" format, __LINE__, (source), \
-                                          __func__ __VA_OPT__(, ) __VA_ARGS__)                               \
+                                          (function)__VA_OPT__(, ) __VA_ARGS__)                              \
                            : 0)
 
-/** The same for the formats that spell their own front with line, source file and function. */
+/** The same for formats that spell their own front for line, source file and function. */
 #define VKO_LOG_OWN_FRONT(logName, source, level, format, ...)                                               \
     (VKO_LogEnabled(level)                                                                                   \
          ? VKO_LogWrite((logName), (level), format, __LINE__, (source), __func__ __VA_OPT__(, ) __VA_ARGS__) \
          : 0)
 
-/** The same for the formats whose front has the line and the function alone. */
-#define VKO_LOG_LINE_FUNCTION(logName, level, format, ...)                                         \
-    (VKO_LogEnabled(level)                                                                         \
-         ? VKO_LogWrite((logName), (level), format, __LINE__, __func__ __VA_OPT__(, ) __VA_ARGS__) \
+/** The usual line: VKO_LOG_AS for the function in which it stands. */
+#define VKO_LOG(logName, source, level, format, ...) \
+    VKO_LOG_AS(logName, source, __func__, level, format __VA_OPT__(, ) __VA_ARGS__)
+
+/** This floor's own messages, in the three fronts that they come in. */
+#define UTIL_LOG(level, format, ...) \
+    VKO_LOG(gl_pLogBaseName, VKO_UTILS_SOURCE, level, format __VA_OPT__(, ) __VA_ARGS__)
+#define UTIL_LOG_OWN_FRONT(level, format, ...) \
+    VKO_LOG_OWN_FRONT(gl_pLogBaseName, VKO_UTILS_SOURCE, level, format __VA_OPT__(, ) __VA_ARGS__)
+#define UTIL_LOG_LINE_FUNCTION(level, format, ...) \
+    UTIL_LOG_LINE_FUNCTION_AS(__func__, level, format __VA_OPT__(, ) __VA_ARGS__)
+#define UTIL_LOG_LINE_FUNCTION_AS(function, level, format, ...)                                           \
+    (VKO_LogEnabled(level)                                                                                \
+         ? VKO_LogWrite(gl_pLogBaseName, (level), format, __LINE__, (function)__VA_OPT__(, ) __VA_ARGS__) \
          : 0)
 
 /** The low 32 bits of a pointer or handle, which is what the "%08Xh" of the log formats shows. */

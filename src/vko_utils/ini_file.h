@@ -1,0 +1,67 @@
+/*
+ * Reading and writing INI files. The whole file is one text, and sections and items are found by plain
+ * substring search: there are no comments, no folding of case, no quotes.
+ */
+#pragma once
+
+#include <cstddef>
+
+constexpr int INI_FILE_OK = 0;
+constexpr int INI_FILE_SECTION_ONLY = 2;     ///< writer: only a section was written, or no item was passed
+constexpr int INI_FILE_SECTION_CREATED = 4;  ///< writer: file or section created together with the item
+constexpr int INI_FILE_ITEM_CHANGED = 5;     ///< writer: an item's value was changed and the file rewritten
+constexpr int INI_FILE_ITEM_ADDED = 7;       ///< writer: an item was added to an existing section
+constexpr int INI_FILE_ITEM_NOT_ADDED = 8;   ///< writer: item not added, no value was given
+constexpr int INI_FILE_ERR_INVALID_PARAM = -300;
+constexpr int INI_FILE_ERR_NOT_FOUND = -301;
+constexpr int INI_FILE_ERR_OPEN = -302;
+constexpr int INI_FILE_ERR_SESSION_NOT_FOUND = -304;
+constexpr int INI_FILE_ERR_ITEM_NOT_FOUND = -305;
+constexpr int INI_FILE_ERR_CREATE = -401;
+
+/**
+ * Reads the value of an item: the rest of the line behind the first text in the section that begins with the
+ * item's name, without any "=" or blank.
+ *
+ * A section ends at the next "[". The search is exact and by prefix: "Log" finds "LogMode", and a name may
+ * also be found inside a longer word or a comment.
+ *
+ * @param pIniFileName  the file, read anew at every call
+ * @param pSession      the section's name, without brackets
+ * @param pItem         the item's name
+ * @param pRetValue     receives the value; becomes empty as soon as the file is known to exist
+ * @param size          bytes at pRetValue, at least 1; a longer value is cut to what fits and reported
+ * @return 0, also for an empty value; INI_FILE_ERR_INVALID_PARAM for a NULL; INI_FILE_ERR_NOT_FOUND for a
+ * missing or empty file; INI_FILE_ERR_OPEN; INI_FILE_ERR_SESSION_NOT_FOUND; INI_FILE_ERR_ITEM_NOT_FOUND
+ */
+int VKO_GetIniFileValueSized(const char* pIniFileName, const char* pSession, const char* pItem,
+                             char* pRetValue, size_t size);
+
+/** The same without a bound, for callers that know the longest value that the file can hold. */
+int VKO_GetIniFileValue(const char* pIniFileName, const char* pSession, const char* pItem, char* pRetValue);
+
+/**
+ * Writes a value: changes the item where it is, adds it to the section, or creates the section or the file.
+ *
+ * A shorter value leaves the line its length, filled with blanks; no value at all blanks the whole line.
+ * Adding an item to a section that another one follows drops everything from that next section on: the file
+ * ends behind the new line. Both are how this routine has always worked and are kept on purpose.
+ *
+ * @param pItem      may be NULL or empty: then only the section is made
+ * @param pNewValue  may be NULL or empty
+ * @return 0 already so; INI_FILE_SECTION_ONLY, INI_FILE_SECTION_CREATED, INI_FILE_ITEM_CHANGED,
+ * INI_FILE_ITEM_ADDED, INI_FILE_ITEM_NOT_ADDED; INI_FILE_ERR_INVALID_PARAM, INI_FILE_ERR_CREATE,
+ * INI_FILE_ERR_NOT_FOUND (the file could not be opened again for writing)
+ */
+int VKO_SetIniFileValue(const char* pIniFileName, const char* pSession, const char* pItem,
+                        const char* pNewValue);
+
+/** VKO_SetIniFileValue under the name that says what it does. */
+int VKO_WriteIniFileValue(const char* pIniFileName, const char* pSession, const char* pItem,
+                          const char* pNewValue);
+
+/** Makes sure that a section is there. */
+int VKO_AddIniFileSection(const char* pIniFileName, const char* pSession);
+
+/** Passes an item without a value. */
+int VKO_AddIniFileItem(const char* pIniFileName, const char* pSession, const char* pItem);

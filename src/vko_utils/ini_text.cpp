@@ -1,0 +1,31 @@
+#include "ini_text.h"
+
+#include <cstring>
+
+#include "../platform/platform.h"
+
+eIniLoad IniLoad(const char* pIniFileName, size_t size, size_t spare, tIniText* text) {
+    text->pText = static_cast<char*>(plat_alloc(size + spare));
+    if (text->pText == nullptr) return INI_NO_MEMORY;
+    plat_file* file = plat_file_open(pIniFileName, "r");
+    if (file == nullptr) {
+        plat_free(text->pText);
+        text->pText = nullptr;
+        return INI_NO_OPEN;
+    }
+    text->fileSize = plat_file_read(file, text->pText, size);
+    plat_file_close(file);
+    return INI_LOADED;
+}
+
+char* IniFindSection(char* pText, const char* pSession) {
+    const size_t nameLength = strlen(pSession);
+    for (char* p = strchr(pText, '['); p != nullptr; p = strchr(p + 1, '[')) {
+        if (strncmp(p + 1, pSession, nameLength) == 0 && p[1 + nameLength] == ']') return p;
+    }
+    return nullptr;
+}
+
+char* IniBehindHeader(char* pHeader, const char* pSession) {
+    return pHeader + strlen(pSession) + 2;
+}

@@ -1,0 +1,17 @@
+/*
+ * Where the day's diagnostic log lies: the one rule that the writer and the size control share.
+ */
+#pragma once
+
+#include "../platform/platform.h"
+
+/** Size of the buffer for a log file's name, bytes with the NUL. */
+constexpr size_t VKO_LOG_NAME_SIZE = 2048;
+
+/** Whether a folder that carries a drive is taken as it stands or, like every other, below the current
+ * directory. */
+enum eLogNameRule { LOG_NAME_ABSOLUTE_FOLDERS, LOG_NAME_RELATIVE_FOLDERS };
+
+/** Builds the name of the log of that UTC day: folder of the settings, date, base name. */
+void VKO_LogFileName(char (&strFileName)[VKO_LOG_NAME_SIZE], const plat_calendar& utc, const char* baseName,
+                     eLogNameRule rule);
