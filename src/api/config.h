@@ -1,0 +1,27 @@
+/*
+ * The configuration file "SAT.ini" in the process's current directory.
+ */
+#pragma once
+
+constexpr int ERR_FIXED_PORT_NULL = -5002;
+
+/**
+ * Writes the default "SAT.ini" when there is none, or an empty one. Returns its size: what was found when it
+ * held at least one byte, otherwise what stands there after the attempt, -1 when there is still none.
+ */
+int CreateFile_ZantirIni();
+
+/**
+ * Reads every setting into the library's state. A key that is missing or without effect leaves its built-in
+ * default. Returns 30, the steps of a complete pass, or a negative code when there is no "SAT.ini" and none
+ * can be created.
+ */
+int UpdateZantirConfiguration();
+
+/**
+ * Reads the port that the user fixed under "FixarPorta", without what follows its last digit.
+ *
+ * @param pFixedSerialPort  at least 128 bytes
+ * @return the length of the name; 0 when the key is absent, 1 when it is present but empty, -5002 for NULL
+ */
+int GetFixedSerialPort(char* pFixedSerialPort);

@@ -1,0 +1,118 @@
+#include <cstring>
+
+#include "../vko_utils/files.h"
+#include "api_log.h"
+#include "config.h"
+#include "state.h"
+
+/**
+ * The default file, a block an entry. "funcaes" is spelled so, some values differ from the built-in defaults,
+ * and the hint about FixarPorta stands in front of its section, where the search for the key cannot find it:
+ * all on purpose.
+ */
+static const char* const DEFAULT_BLOCKS[] = {
+    "#\n"
+    "# IMPORTANTE: Para fixar a porta adicione >> FixarPorta=<NomeDaPorta>\n"
+    "#\n"
+    "[SERIAL_PORT_CONFIG]\n"
+    "SerialPortConfig=115200,8,N,1\n"
+    "ReadIntervalTimeout=10\n"
+    "ReadTotalTimeoutMultiplier=1\n"
+    "ReadTotalTimeoutConstant=1\n"
+    "WriteTotalTimeoutMultiplier=1\n"
+    "WriteTotalTimeoutConstant=1000\n"
+    "\n",
+
+    "#\n"
+    "# Define o timeout em Segundos de resposta para as funcaes do SAT\n"
+    "#\n"
+    "[SAT_TIMEOUT]\n"
+    "AtivarSAT                     =1800\n"
+    "ComunicarCertificadoICPBRASIL = 300\n"
+    "EnviarDadosVenda              =  30\n"
+    "CancelarUltimaVenda           =  30\n"
+    "ConsultarSAT                  =  10\n"
+    "TesteFimAFim                  =  20\n"
+    "ConsultarStatusOperacional    =  10\n"
+    "ConsultarNumeroSessao         =  20\n"
+    "ConfigurarInterfaceDeRede     =  20\n"
+    "AssociarAssinatura            =1800\n"
+    "AtualizarSoftwareSAT          =1800\n"
+    "ExtrairLogs                   =  30\n"
+    "BloquearSAT                   = 300\n"
+    "DesbloquearSAT                =  20\n"
+    "TrocarCodigoDeAtivacao        =  30\n"
+    "ConsultarUltimaSessaoFiscal   =  20\n"
+    "\n",
+
+    "#\n"
+    "# SAT_EMULATOR <default>0=Disable\n"
+    "#\n"
+    "[SAT_EMULATOR]\n"
+    "SerialPortWindows=CNCA0\n"
+    "SerialPortLinux=/dev/ttyVSP0\n"
+    "Enable=0\n"
+    "\n",
+
+    "#\n"
+    "# CupomDesk <default>0=Disable\n"
+    "#\n"
+    "[CUPOM_DESK]\n"
+    "PathWindows=C:\\ProgramData\\CupomDesk\\Cupons\\New\n"
+    "PathLinux=/etc/CupomDesk/Cupons/New\n"
+    "Enable=0\n"
+    "\n",
+
+    "#\n"
+    "# LogMode 0=Disable, 1=Error, 2=Warning, 3=Info, 4=Trace, 5=Debug\n"
+    "#\n"
+    "[LOG]\n"
+    "LogFilePath=Log\n"
+    "LogFileName=\n"
+    "LogFileMaxSize=1300000\n"
+    "LogMode=1\n"
+    "\n",
+};
+
+/** Each block is assembled in a zeroed buffer of this size before it is written. */
+static constexpr size_t BLOCK_BUFFER_SIZE = 8192;
+
+static void WriteBlocks(plat_file* file, char* pBuffer) {
+    for (const char* pBlock : DEFAULT_BLOCKS) {
+        const size_t length = strlen(pBlock);
+        memset(pBuffer, 0, BLOCK_BUFFER_SIZE);
+        memcpy(pBuffer, pBlock, length);
+        if (!plat_file_write(file, pBuffer, length)) return;
+    }
+}
+
+int CreateFile_ZantirIni() {
+    const int iFound = VKO_FileExist(ZANTIR_INI_FILE);
+    // An empty file counts as missing: on purpose.
+    if (iFound >= 1) {
+        API_LOG(VKO_LOG_INF, " rc[%06d]OK file[%s]Already Exist!\n", iFound, ZANTIR_INI_FILE);
+        return iFound;
+    }
+    char* pBuffer = static_cast<char*>(plat_alloc(BLOCK_BUFFER_SIZE));
+    if (pBuffer == nullptr) {
+        API_LOG(VKO_LOG_ERR, " rc[%06d]ER file[%s] calloc fail!!!\n", iFound, ZANTIR_INI_FILE);
+        return iFound;
+    }
+    plat_file* file = plat_file_open(ZANTIR_INI_FILE, "w");
+    if (file == nullptr) {
+        API_LOG(VKO_LOG_ERR, " rc[%06d]ER file[%s]Could not be Created!!!\n", iFound, ZANTIR_INI_FILE);
+        plat_free(pBuffer);
+        return iFound;
+    }
+    WriteBlocks(file, pBuffer);
+    plat_file_close(file);
+    plat_free(pBuffer);
+
+    const int iSize = VKO_FileExist(ZANTIR_INI_FILE);
+    if (iSize < 0) {
+        API_LOG(VKO_LOG_ERR, " rc[%06d]ER file[%s]Could not be Created!!!\n", iSize, ZANTIR_INI_FILE);
+    } else {
+        API_LOG(VKO_LOG_WRN, " rc[%06d]OK file[%s]Successfull Created!!!\n", iSize, ZANTIR_INI_FILE);
+    }
+    return iSize;
+}

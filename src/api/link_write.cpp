@@ -1,0 +1,113 @@
+#include <cstring>
+
+#include "../vko_sat_utils/packet.h"
+#include "../vko_sat_utils/packet_parsers.h"
+#include "api_log.h"
+#include "link.h"
+#include "link_clock.h"
+#include "port.h"
+#include "protocol_log.h"
+
+static constexpr int64_t WRITE_TIMEOUT_MS = 2000;
+static constexpr uint32_t WRITE_PAUSE_MS = 1;
+
+/** A NAK is reported with this code, which the port settings use for another failure: on purpose. */
+static constexpr int NAK_RECEIVED = -1005;
+
+/** Printed with a NAK. Nothing is sent again. */
+static constexpr int NAK_RETRIES_SHOWN = 3;
+
+static const char WRITE[] = "cSerialWriteBufW";
+
+/** A frame on its way out. */
+struct tOutgoing {
+    char* pFrame;
+    int iSize;
+    int iOffset;    ///< bytes written so far
+    int iBlockEnd;  ///< where the current block ends
+    plat_handle* phComm;
+};
+
+/** Puts the checksum in front of ETX, which makes the frame one byte longer. */
+static int InsertChecksum(char* pPkt, int iSize) {
+    const unsigned char ucCheckSum =
+        SatChecksum(reinterpret_cast<const unsigned char*>(pPkt) + 1, static_cast<size_t>(iSize - 2));
+    pPkt[iSize] = pPkt[iSize - 1];
+    pPkt[iSize - 1] = static_cast<char>(ucCheckSum);
+    pPkt[iSize + 1] = '\0';
+    return iSize + 1;
+}
+
+/** Writes up to the block's end. 0, or -1007 when the port takes nothing for too long. */
+static int WriteBlock(tOutgoing* out) {
+    tLinkTime start = LinkNow();
+    while (out->iOffset < out->iBlockEnd) {
+        const uint32_t uiWritten = plat_port_write(*out->phComm, out->pFrame + out->iOffset,
+                                                   static_cast<uint32_t>(out->iBlockEnd - out->iOffset));
+        if (uiWritten > 0) {
+            plat_sleep_ms(WRITE_PAUSE_MS);
+            start = LinkNow();
+            out->iOffset += static_cast<int>(uiWritten);
+            continue;
+        }
+        if (LinkElapsedMsSince(start) > WRITE_TIMEOUT_MS) {
+            API_LOG_AS(WRITE, VKO_LOG_ERR,
+                       "Win: WriteFile rc[%06d]ER:SAT_API_ERR_WIN_DEV_COMM_WR_TIMEOUT \n\t*phComm[%08Xh] >> "
+                       "ulTxPktSz[%d] ulOffset[%d] ulBytesExpected[%d]Timeout\n",
+                       SAT_API_ERR_WIN_DEV_COMM_WR_TIMEOUT, LogHandle(*out->phComm), out->iBlockEnd,
+                       out->iOffset, out->iSize);
+            return SAT_API_ERR_WIN_DEV_COMM_WR_TIMEOUT;
+        }
+        plat_sleep_ms(WRITE_PAUSE_MS);
+    }
+    return 0;
+}
+
+static void LogBlock(const tOutgoing& out) {
+    if (out.iBlockEnd > 1000) {
+        API_LOG_AS(
+            WRITE, VKO_LOG_WRN,
+            "Win: OK:hC[%08Xh]Sent ulTxPktSz[%05d]BIG \n\t PC->SAT >>   pusTxPkt[%03d:%.900s...**BIGPKG "
+            "SLL-SAT**....%s]\n",
+            LogHandle(*out.phComm), out.iBlockEnd, out.iBlockEnd, out.pFrame,
+            out.pFrame + (out.iBlockEnd - 900));
+    } else {
+        API_LOG_AS(WRITE, VKO_LOG_WRN, "Win: OK:hC[%08Xh]Sent \n\t PC->SAT >>   pusTxPkt[%03d:%s]\n",
+                   LogHandle(*out.phComm), out.iBlockEnd, out.pFrame);
+    }
+}
+
+/** Waits for the block's acknowledgement. 0, -1 or -1005. */
+static int AwaitAck(const tOutgoing& out) {
+    const int iAck = cSerialReadAck(out.phComm);
+    if (iAck > 0) return 0;
+    const int iLastError = static_cast<int>(plat_last_error());
+    if (iAck < 0) {
+        API_LOG_AS(WRITE, VKO_LOG_ERR, "Win: rc[%06d]ER: LastError[%d] << ACK\n", -1, iLastError);
+        return -1;
+    }
+    API_LOG_AS(WRITE, VKO_LOG_ERR,
+               "Win: rc[%06d]ER:NAK Recvd LastError[%d] << NAK rcry[%d]FAIL \n\t >> PC->SATPkt[%05d:%s]\n",
+               NAK_RECEIVED, iLastError, NAK_RETRIES_SHOWN, out.iBlockEnd, out.pFrame);
+    return NAK_RECEIVED;
+}
+
+int cSerialWriteBufW(char* pusTxPkt, int ulTxPktSz, plat_handle* phComm) {
+    if (pusTxPkt == nullptr || phComm == nullptr || ulTxPktSz < 2) {
+        API_LOG(VKO_LOG_ERR, "Win: rc[%06d]ER:INVALID_PARAM pusTxPkt[%08Xh] ulTxPktSz[%d] phComm[%08Xh]\n",
+                -1, LogHandle(pusTxPkt), ulTxPktSz, LogHandle(phComm));
+        return -1;
+    }
+    tOutgoing out = {pusTxPkt, InsertChecksum(pusTxPkt, ulTxPktSz), 0, 0, phComm};
+    do {
+        out.iBlockEnd = out.iSize - out.iOffset > SAT_BLOCK_SIZE ? out.iOffset + SAT_BLOCK_SIZE : out.iSize;
+        int rc = WriteBlock(&out);
+        if (rc < 0) return rc;
+        LogBlock(out);
+        SAT_API_CmdPktParcer(out.pFrame, out.iBlockEnd);
+        rc = AwaitAck(out);
+        if (rc < 0) return rc;
+    } while (out.iOffset < out.iSize);
+    LogSATProtocolMsg(out.pFrame, 0);
+    return out.iOffset;
+}

@@ -1,0 +1,101 @@
+#include "log_folder.h"
+
+#include <cstring>
+
+#include "../vko_utils/text.h"
+#include "api_log.h"
+#include "protocol_log.h"
+
+static const char LOG_FILES[] = "Log/*.txt";
+static constexpr int MOST_LOG_FILES = 9;
+static constexpr size_t FILE_NAME_SIZE = 260;
+static constexpr size_t RESPONSE_SIZE = 20;
+
+void WideCharToByte(const wchar_t* warray, char* response) {
+    if (warray == nullptr) {
+        API_LOG(VKO_LOG_WRN, "Win: warray=null\n");
+        return;
+    }
+    if (response == nullptr) {
+        API_LOG(VKO_LOG_WRN, "Win: response=null\n");
+        return;
+    }
+    char strConverted[RESPONSE_SIZE] = {};
+    plat_wide_to_bytes(warray, strConverted, sizeof strConverted);
+    memcpy(response, strConverted, sizeof strConverted);
+    if (strcmp(response, "              ") != 0) {
+        API_LOG(VKO_LOG_INF, "Win: response[%05d:%s]\n", static_cast<int>(strlen(response)), response);
+    }
+}
+
+/** Converts the single-byte name as if it were wide text: on purpose. */
+static void ConvertMisread(const char (&strName)[FILE_NAME_SIZE], char (&strResponse)[RESPONSE_SIZE]) {
+    // One wide character more than the name's bytes fill, so that the text ends.
+    wchar_t wide[FILE_NAME_SIZE / sizeof(wchar_t) + 2] = {};
+    memcpy(wide, strName, sizeof strName);
+    WideCharToByte(wide, strResponse);
+}
+
+/** Searches again and removes what the first name becomes when its bytes are read as wide text. */
+static void RemoveMisreadName() {
+    // This search stays open on purpose; the next one in its place ends it, so that there is never more than
+    // one.
+    static plat_handle l_leftOpen = PLAT_INVALID_HANDLE;
+    if (plat_handle_valid(l_leftOpen)) plat_find_close(l_leftOpen);
+
+    char strName[FILE_NAME_SIZE] = {};
+    l_leftOpen = plat_find_open(LOG_FILES, strName, sizeof strName);
+    if (!plat_handle_valid(l_leftOpen)) return;
+    char strRemembered[RESPONSE_SIZE] = {};
+    ConvertMisread(strName, strRemembered);
+    char strPath[RESPONSE_SIZE + 8];
+    VKO_FormatText(strPath, sizeof strPath, "Log/%s", strRemembered);
+    // The single-byte name was read as wide text, so this is not the file's name and nothing goes: on
+    // purpose.
+    plat_remove_file(strPath);
+}
+
+int GetFiles() {
+    char strName[FILE_NAME_SIZE] = {};
+    const plat_handle search = plat_find_open(LOG_FILES, strName, sizeof strName);
+    if (!plat_handle_valid(search)) {
+        API_LOG(VKO_LOG_WRN, "Win: rc[%06d]WR:SAT_API_ERR_WIN_FILE_NOT_FOUND\n",
+                SAT_API_ERR_WIN_FILE_NOT_FOUND);
+        return SAT_API_ERR_WIN_FILE_NOT_FOUND;
+    }
+    int iCount = 0;
+    do {
+        char strRemembered[RESPONSE_SIZE];
+        ConvertMisread(strName, strRemembered);
+        ++iCount;
+        memset(strName, 0, sizeof strName);
+    } while (plat_find_next(search, strName, sizeof strName));
+    plat_find_close(search);
+    if (iCount > MOST_LOG_FILES) RemoveMisreadName();
+    return iCount;
+}
+
+void LogInfo(const char* pTextInfo) {
+    if (pTextInfo == nullptr) {
+        API_LOG(VKO_LOG_WRN, "Win: WR:pTextInfo=NULL\n");
+        return;
+    }
+    if (gl_iFd == 0) CreateSAT_ProtLogFile();
+    const int iLength = static_cast<int>(strlen(pTextInfo));
+    if (gl_iFd == 0) {
+        API_LOG(VKO_LOG_ERR, "Win: ER:logFd[%08Xh]=NULL File Handle\n\t pTextInfo[%05d:%s]\n", 0U, iLength,
+                pTextInfo);
+        return;
+    }
+    plat_calendar now;
+    plat_local_now(&now);
+    char strFront[64];
+    VKO_FormatText(strFront, sizeof strFront, "%04d%02d%02d%02d%02d%02d INFO [", now.year, now.month, now.day,
+                   now.hour, now.minute, now.second);
+    plat_append_write(gl_iFd, strFront, strlen(strFront));
+    plat_append_write(gl_iFd, pTextInfo, static_cast<size_t>(iLength));
+    plat_append_write(gl_iFd, "]\n", 2);
+    // The "n" behind the bracket is what is left of a line feed: on purpose.
+    API_LOG(VKO_LOG_INF, "Win: OK:logFd[%08Xh]n\t pTextInfo[%05d:%s]\n", static_cast<unsigned>(gl_iFd),
+            iLength, pTextInfo);
+}

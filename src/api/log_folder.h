@@ -1,0 +1,26 @@
+/*
+ * Small routines around the log folder and the protocol log.
+ */
+#pragma once
+
+#include <cstddef>
+
+constexpr int SAT_API_ERR_WIN_FILE_NOT_FOUND = -1102;
+
+/**
+ * Counts the text files of the folder "Log" below the current directory. Returns their number, or -1102 when
+ * there is none. Above nine it also tries to remove one by a name that is not the file's, so that nothing is
+ * removed.
+ */
+int GetFiles();
+
+/**
+ * Converts a wide text to the system's code page, a blank for what it lacks, cut to 19 characters.
+ *
+ * @param warray    terminated wide text; NULL is logged
+ * @param response  receives 20 bytes; NULL is logged
+ */
+void WideCharToByte(const wchar_t* warray, char* response);
+
+/** Writes a line of information to the protocol log. NULL is logged in the diagnostic log. */
+void LogInfo(const char* pTextInfo);
