@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "../vko_utils/files.h"
+#include "../vko_utils/text.h"
 #include "api_log.h"
 #include "config.h"
 #include "state.h"
@@ -81,7 +82,7 @@ static void WriteBlocks(plat_file* file, char* pBuffer) {
     for (const char* pBlock : DEFAULT_BLOCKS) {
         const size_t length = strlen(pBlock);
         memset(pBuffer, 0, BLOCK_BUFFER_SIZE);
-        memcpy(pBuffer, pBlock, length);
+        VKO_CopyText(pBuffer, BLOCK_BUFFER_SIZE, pBlock);
         if (!plat_file_write(file, pBuffer, length)) return;
     }
 }
