@@ -37,11 +37,17 @@ bool plat_remove_file(const char* path) {
 }
 
 bool plat_common_data_folder(char* path, size_t path_size) {
-    // The folder identifier and the flags value are part of the established behaviour.
+    // The folder identifier and the flags value are part of the established behaviour. A system that knows
+    // only the two documented flags values refuses this one as an argument, and is asked with the first of
+    // those.
     constexpr int kCommonApplicationData = 0x23;
     constexpr DWORD kFlags = 8;
     char folder[MAX_PATH] = "";
-    if (FAILED(SHGetFolderPathA(nullptr, kCommonApplicationData, nullptr, kFlags, folder))) return false;
+    HRESULT result = SHGetFolderPathA(nullptr, kCommonApplicationData, nullptr, kFlags, folder);
+    if (result == E_INVALIDARG) {
+        result = SHGetFolderPathA(nullptr, kCommonApplicationData, nullptr, SHGFP_TYPE_CURRENT, folder);
+    }
+    if (FAILED(result)) return false;
     const size_t length = strnlen(folder, sizeof folder - 1);
     if (length >= path_size) return false;
     memcpy(path, folder, length);

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "scratch_folder.h"
 
@@ -91,7 +92,9 @@ TEST_F(Files, AFileOpenForReadingTakesNoText) {
     WriteFile("t", "w", "ab");
     plat_file* file = plat_file_open("t", "r");
     ASSERT_NE(file, nullptr);
-    EXPECT_FALSE(plat_file_write(file, "x", 1) && plat_file_close(file));
+    const bool written = plat_file_write(file, "x", 1);
+    const bool closed = plat_file_close(file);
+    EXPECT_FALSE(written && closed);
     EXPECT_EQ(ReadText("t"), "ab");
 }
 
@@ -195,9 +198,14 @@ TEST_F(Files, SearchCutsALongName) {
 TEST_F(Files, SearchesLeftOpenHurtNobody) {
     WriteText("a.txt", "");
     char name[64] = "";
+    std::vector<plat_handle> searches;
     for (int count = 0; count < 3000; ++count) {
-        ASSERT_TRUE(plat_handle_valid(plat_find_open("*.txt", name, sizeof name))) << count;
+        searches.push_back(plat_find_open("*.txt", name, sizeof name));
+        ASSERT_TRUE(plat_handle_valid(searches.back())) << count;
         ASSERT_STREQ(name, "a.txt");
+    }
+    for (const plat_handle search : searches) {
+        plat_find_close(search);
     }
 }
 

@@ -95,7 +95,7 @@ TEST(PortMode, OtherSettings) {
 
 TEST(PortMode, WhatIsNoModeIsRefused) {
     plat_line_settings settings = {};
-    for (const char* mode : {"", "nonsense", "115200", "115200,n,8,1 garbage", "115200,q,8,1"}) {
+    for (const char* mode : {"nonsense", "115200,n,8,x", "115200,n,8,1 garbage", "115200,q,8,1"}) {
         EXPECT_FALSE(plat_port_parse_mode(mode, &settings)) << mode;
     }
 }

@@ -56,10 +56,10 @@ TEST_F(UnixFiles, SearchIsSortedAndHoldsNoDescriptor) {
         const fs::directory_iterator open_ones("/proc/self/fd");
         return std::distance(begin(open_ones), end(open_ones));
     };
-    const auto before = descriptors();
+    const auto count_before = descriptors();
     char name[64] = "";
     const plat_handle search = plat_find_open("*.txt", name, sizeof name);
-    EXPECT_EQ(descriptors(), before);
+    EXPECT_EQ(descriptors(), count_before);
     EXPECT_STREQ(name, "a.txt");
     ASSERT_TRUE(plat_find_next(search, name, sizeof name));
     EXPECT_STREQ(name, "b.txt");
