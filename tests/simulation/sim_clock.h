@@ -13,6 +13,9 @@
 
 namespace sim {
 
+/** The calendar after a reset, microseconds since 1970: 2026-01-15 12:00:00 UTC. */
+constexpr int64_t kStartUtcUs = 1'768'478'400'000'000;
+
 /** A moment that never comes. */
 constexpr int64_t kForever = std::numeric_limits<int64_t>::max();
 
@@ -78,7 +81,7 @@ class Clock {
     static bool Later(const Timer& a, const Timer& b);
 
     int64_t now_us_ = 0;
-    int64_t utc_offset_us_ = 1'768'478'400'000'000;  // 2026-01-15 12:00:00 UTC
+    int64_t utc_offset_us_ = kStartUtcUs;
     int zone_minutes_ = -180;
     int64_t counter_frequency_ = 10'000'000;
     uint64_t slept_ms_ = 0;

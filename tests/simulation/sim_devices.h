@@ -76,7 +76,8 @@ class ScriptedDevice : public Device {
     };
     ScriptedDevice& Append(Kind kind, std::string bytes = {}, int64_t delay_us = 0);
     void RunReadySteps(Line& line);
-    bool IsExpecting() const;
+    void Finish();
+    void Complain(const std::string& expected, char byte);
     void TakeByte(Line& line, char byte);
     void TakeFrameByte(char byte);
     void TakeExpectedByte(const Step& step, char byte);
@@ -128,7 +129,9 @@ class HonestDevice : public Device {
     DeviceFaults faults;
     int64_t reply_delay_us = 0;   ///< from the command's end to the reply's first byte
     int64_t resend_delay_us = 0;  ///< from NAK to the first byte sent again
-    bool keep_commands = true;    ///< whether `commands` grows
+    bool resets_on_open =
+        true;  ///< opening the port ends what is under way; otherwise a late reply still comes
+    bool keep_commands = true;  ///< whether `commands` grows
     std::vector<std::string> commands;
     std::string last_command;
 
@@ -164,7 +167,8 @@ class HonestDevice : public Device {
     std::string reply_text_;
     std::string reply_;      ///< the reply frame as it is being sent
     size_t reply_next_ = 0;  ///< its first byte that is not sent
-    bool stalled_ = false;
+    size_t reply_end_ = 0;   ///< where the reply stalls, its size when it does not
+    bool lose_byte_ = false;
     unsigned attempt_ = 0;
 };
 

@@ -147,6 +147,7 @@ class Faults {
         return ++total_ >= attention_at_ ? Attend(call) : -1;
     }
     bool Tracing(Call call) const { return traced_[static_cast<size_t>(call)]; }
+    void Trace(Call call);
     void Trace(Call call, const char* format, ...) PLAT_PRINTF_CHECK(3, 4);
 
   private:

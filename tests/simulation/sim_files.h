@@ -3,6 +3,8 @@
  */
 #pragma once
 
+#include <array>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -23,7 +25,8 @@ struct Node {
     int64_t forgotten = 0;  ///< bytes in front of `content` that are no longer kept
     unsigned open_count = 0;
     bool locked = false;
-    Node* parent = nullptr;
+    std::string name;
+    Node* parent = nullptr;  ///< nullptr for the root and for what was removed
     std::map<std::string, std::shared_ptr<Node>, std::less<>> children;
 
     bool IsFolder() const { return (mode & PLAT_MODE_FORMAT) == PLAT_MODE_DIRECTORY; }
@@ -85,47 +88,68 @@ class Files {
     /** The commands given to plat_shell, in order. */
     std::vector<std::string> commands;
 
-    // Used by the platform's routines; `process` is the running process.
+    // Used by the platform's routines. They set the running thread's last error.
     ~Files();
     Files(Files&&) noexcept;
     Files& operator=(Files&&) noexcept;
 
-    bool Query(const char* path, plat_file_status* status, uint32_t* error);
-    plat_file* Open(const char* path, const char* mode, uint32_t* error);
+    bool Query(const char* path, plat_file_status* status) const;
+    plat_file* Open(const char* path, const char* mode);
     size_t Read(plat_file* file, void* buffer, size_t size);
-    bool Write(plat_file* file, const void* bytes, size_t size);
+    bool Write(plat_file* file, const char* bytes, size_t size);
     bool Print(plat_file* file, const char* format, va_list arguments) PLAT_PRINTF_CHECK(3, 0);
-    /** `kept` is the part of what still waits that reaches the file: 1 of 1, 1 of 2 or 0 of 1. */
-    bool Close(plat_file* file, size_t kept_numerator = 1, size_t kept_denominator = 1);
-    int AppendOpen(const char* path, uint32_t* error);
-    bool AppendWrite(int descriptor, const void* bytes, size_t size, uint32_t* error);
+    /** Of what still waits, the first part of `parts` reaches the file, or nothing when `parts` is 0. */
+    bool Close(plat_file* file, size_t parts = 1);
+    int AppendOpen(const char* path);
+    bool AppendWrite(int descriptor, const char* bytes, size_t size);
     void AppendClose(int descriptor);
-    bool CreateFolder(const char* path, uint32_t* error);
-    bool Move(const char* from, const char* to, uint32_t* error);
-    bool RemoveFile(const char* path, uint32_t* error);
-    plat_handle FindOpen(const char* pattern, char* name, size_t name_size, uint32_t* error);
+    bool CreateFolder(const char* path);
+    bool Move(const char* from, const char* to);
+    bool RemoveFile(const char* path);
+    plat_handle FindOpen(const char* pattern, char* name, size_t name_size);
     bool FindNext(plat_handle search, char* name, size_t name_size);
     void FindClose(plat_handle search);
     int Shell(const char* command);
     bool CommonDataFolder(char* path, size_t path_size) const;
-    void CloseAll();  ///< drops every open file without its waiting bytes, as the end of a process does
+    void CloseAll(uint32_t process);  ///< drops what the process has open, and what waits there
 
   private:
-    struct Place;
-    struct Search;
-    struct Recent;
+    struct Append {
+        std::shared_ptr<Node> node;
+        uint32_t process;
+    };
+    struct Search {
+        bool open = false;
+        std::vector<std::string> names;
+        size_t next = 0;
+        uint32_t process = 0;
+    };
+    /** A path and what it led to, for a program that opens the same log file again and again. */
+    struct Recent {
+        std::string path;
+        uint32_t process = 0;
+        std::shared_ptr<Node> node;
+    };
+    static constexpr size_t kRecentCount = 16;
 
-    Place Locate(std::string_view path) const;
-    Node* Lookup(std::string_view path) const;
-    Node& Demand(std::string_view path, uint32_t kind);
+    std::shared_ptr<Node> Start(std::string_view& path) const;
+    std::shared_ptr<Node> Lookup(std::string_view path) const;
+    std::shared_ptr<Node> Above(const std::shared_ptr<Node>& node) const;
+    std::shared_ptr<Node> WalkTo(std::string_view path) const;
+    std::shared_ptr<Node> OpenNode(const char* path, bool create);
+    std::shared_ptr<Node> Demand(std::string_view path, uint32_t kind);
     bool Store(Node& node, const char* bytes, size_t size);
-    void Forget();
-    bool RemoveTree(std::string_view path);
-    bool RemoveMatching(Node& folder, std::string_view pattern);
-    std::string AbsoluteText(std::string_view path) const;
+    void Retire(plat_file& file);
+    void Unlink(Node& node);
+    bool RemoveTree(Node& folder);
+    bool RemoveMatching(Node& folder, std::string_view pattern, bool deep);
+    bool RunRmdir(const std::string& name);
+    bool RunDel(const std::string& name, bool deep);
+    Search* FromHandle(plat_handle search);
+    bool GiveName(Search& search, char* name, size_t name_size);
 
     std::shared_ptr<Node> root_;
-    std::vector<std::string> current_folders_;  ///< by process id
+    std::vector<std::shared_ptr<Node>> current_folders_;  // by process id; nullptr is the usual one
     std::string common_data_folder_ = "C:\\ProgramData";
     bool has_common_data_folder_ = true;
     int64_t disk_free_ = -1;
@@ -134,11 +158,12 @@ class Files {
     size_t open_files_ = 0;
     size_t open_appends_ = 0;
     size_t open_searches_ = 0;
+    uint64_t searches_made_ = 0;
     std::vector<std::unique_ptr<plat_file>> files_;
     std::vector<plat_file*> idle_files_;
-    std::vector<std::shared_ptr<Node>> appends_;
-    std::vector<std::unique_ptr<Search>> searches_;
-    std::unique_ptr<Recent> recent_;
+    std::vector<Append> appends_;
+    std::vector<Search> searches_;
+    mutable std::array<Recent, kRecentCount> recent_;
 };
 
 }  // namespace sim

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,7 +66,7 @@ class Mutexes {
     static void Expire(Mutex& mutex, int64_t now_us);
     static void GiveUp(Mutex& mutex, bool abandoned);
 
-    std::vector<Mutex> mutexes_;
+    std::deque<Mutex> mutexes_;  // a timer may add one while a wait looks at another
     size_t handles_created_ = 0;
 };
 

@@ -34,10 +34,10 @@ namespace sim {
 /** A device that discovery can find. */
 struct PresentDevice {
     std::string class_name = "Ports";
-    bool has_key = true;                   ///< its hardware key can be opened
-    std::optional<std::string> port_name;  ///< "PortName" of the key
-    std::optional<std::string> friendly;   ///< absent: a size of 0, and reading it fails
-    bool friendly_read_fails = false;      ///< the size is told, the text is not
+    bool has_key = true;                     ///< its hardware key can be opened
+    std::optional<std::string> port_name{};  ///< "PortName" of the key
+    std::optional<std::string> friendly{};   ///< absent: a size of 0, and reading it fails
+    bool friendly_read_fails = false;        ///< the size is told, the text is not
 };
 
 /** The machine. */
@@ -57,11 +57,15 @@ class World {
 
     /** What plat_print printed. */
     std::string printed;
+    bool keep_printed = true;  ///< long runs: whether `printed` grows
 
     /** A fresh machine. Handles and files of the old one are void. */
     void Reset();
 
-    /** Who runs from now on; process 1, thread 1 after a reset. Each thread has its own last error. */
+    /**
+     * Who runs from now on; process 1, thread 1 after a reset. Thread ids are unique on the machine, whatever
+     * their process, and 0 is none. Each thread has its own last error.
+     */
     void SetThread(uint32_t process, uint32_t thread);
     uint32_t Process() const { return process_; }
     uint32_t Thread() const { return thread_; }
@@ -70,8 +74,8 @@ class World {
     void EndThread(uint32_t thread);
 
     /**
-     * A process ends: so do the threads that ran in it, and its ports are closed. Files that are open lose
-     * what waits in their buffers.
+     * A process ends: so do the threads that ran in it. What it had open is closed; its files lose what waits
+     * in their buffers.
      */
     void EndProcess(uint32_t process);
 
@@ -88,6 +92,7 @@ class World {
     void CountAllocation(int64_t change) { live_allocations_ += change; }
     struct DeviceSet {
         bool open = false;
+        uint32_t process = 0;
         std::string class_name;
         std::optional<size_t> current;
     };

@@ -67,6 +67,9 @@ class Line {
     /** Drops what was sent and not yet read, what is still under way included. */
     void DropPending();
 
+    /** Drops only what is still under way: the device has thought better of it. */
+    void DropUnsent();
+
     /** Bytes sent and not yet read. */
     size_t Pending() const { return input_.size() - input_next_; }
 
@@ -90,17 +93,18 @@ class Line {
     struct Chunk {
         int64_t start_us;
         uint32_t baud;
-        size_t sent;  ///< bytes of the chunk that are already read
+        size_t taken;  ///< bytes that are read already
         size_t size;
     };
-    int64_t ArrivalUs(const Chunk& chunk, size_t index) const;
-    void DropArrived(int64_t now_us);
-    size_t Take(uint8_t* buffer, size_t count);
+    static int64_t ArrivalUs(const Chunk& chunk, size_t index);
+    static size_t ArrivedIn(const Chunk& chunk, int64_t now_us);
+    int64_t NextArrivalUs() const;
+    size_t TakeArrived(uint8_t* buffer, size_t size, int64_t now_us, int64_t* last_arrival_us);
+    void Consume(size_t size);
 
     std::string path_;
     Device* device_;
     LineRecord record_;
-    plat_port_timeouts timeouts_{};
     plat_handle open_handle_ = 0;
     uint32_t opened_by_ = 0;  ///< process
     bool plugged_ = true;
@@ -139,24 +143,28 @@ class Ports {
     /** Closes what the process has open. World::EndProcess calls it. */
     void CloseAll(uint32_t process);
 
-    // Used by the platform's routines. They set the last error through `error`.
-    plat_handle Open(const char* path, uint32_t process, uint32_t* error);
-    Line* FromHandle(plat_handle handle, uint32_t* error);
-    uint32_t Read(plat_handle port, uint8_t* buffer, uint32_t size, uint32_t* error);
-    uint32_t Write(plat_handle port, const uint8_t* bytes, uint32_t size, uint32_t* error);
-    bool Close(plat_handle port, uint32_t* error);
+    // Used by the platform's routines. They set the running thread's last error.
+    plat_handle Open(const char* path, uint32_t process);
+    uint32_t Read(plat_handle port, uint8_t* buffer, uint32_t size);
+    uint32_t Write(plat_handle port, const uint8_t* bytes, uint32_t size, size_t at_most = Line::kAll);
+    bool Close(plat_handle port);
 
-    /** Waits as a read or write does that moves nothing although it could. */
-    void WaitReadTimeout(plat_handle port, uint32_t size);
-    void WaitWriteTimeout(plat_handle port, uint32_t size);
+    /** Lets the time of a read pass to which nothing arrives, although it may. */
+    uint32_t ReadNothing(plat_handle port, uint32_t size);
 
-    /** The record behind an open handle, for what the settings routines were given. */
-    LineRecord* RecordOf(plat_handle port, uint32_t* error);
-    void SetTimeouts(plat_handle port, const plat_port_timeouts& timeouts);
+    /** The record and time-outs behind a handle; nullptr, with the last error set, when it is of no use. */
+    LineRecord* RecordOf(plat_handle port);
 
   private:
+    struct DeadHandle {
+        plat_handle handle;
+        uint32_t process;
+    };
+    Line* FromHandle(plat_handle handle);
+
     std::vector<std::unique_ptr<Line>> lines_;
-    uint32_t next_serial_ = 1;
+    std::vector<DeadHandle> dead_handles_;  // open while their port was unplugged
+    uint64_t handles_made_ = 0;
 };
 
 }  // namespace sim
