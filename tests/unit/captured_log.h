@@ -1,7 +1,6 @@
 /*
- * What the library logged, allocated and printed during a test. The declarations stay the same whatever
- * stands behind them: captured_log_recording.cpp replaces the log writer and the few platform calls of the
- * codec, captured_log_simulated.cpp reads the files that the real writer left on the simulated platform.
+ * What a routine logged, allocated and printed during a test, over the real log writer on the simulated
+ * platform.
  */
 #pragma once
 
