@@ -13,7 +13,7 @@
 constexpr int32_t VKO_ERR_CNPJ_NULL = -3001;
 constexpr int32_t VKO_ERR_CNPJ_FORMATTED = -3002;  ///< 18 characters, one of them neither digit nor
                                                    ///< separator, or more than 14 digits
-constexpr int32_t VKO_ERR_CNPJ_NUMERIC = -3003;  ///< 14 characters, one of them no digit
+constexpr int32_t VKO_ERR_CNPJ_NUMERIC = -3003;    ///< 14 characters, one of them no digit
 constexpr int32_t VKO_ERR_CNPJ_TOO_SHORT = -3004;
 constexpr int32_t VKO_ERR_CNPJ_TOO_LONG = -3005;
 constexpr int32_t VKO_ERR_CNPJ_LENGTH = -3006;   ///< any other length; the two above leave none
