@@ -1,0 +1,107 @@
+#include "../port.h"
+
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+
+#include <algorithm>
+#include <chrono>
+
+namespace emulator {
+
+namespace {
+
+constexpr DWORD QUEUE_SIZE = 16384;
+constexpr int64_t SLICE_MS = 100;
+
+int64_t SteadyMs() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+}
+
+struct WindowsPort : Port {
+    HANDLE handle = INVALID_HANDLE_VALUE;
+    std::string address;
+    const volatile std::sig_atomic_t* stop = nullptr;
+
+    ~WindowsPort() override {
+        if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
+    }
+
+    bool Stopping() const { return stop != nullptr && *stop != 0; }
+
+    int Read(char* buffer, size_t size, int64_t wait_ms) override {
+        const auto wanted = static_cast<DWORD>(std::min<size_t>(size, QUEUE_SIZE));
+        const int64_t deadline = SteadyMs() + wait_ms;
+        do {
+            if (Stopping()) return -1;
+            DWORD count = 0;
+            if (!ReadFile(handle, buffer, wanted, &count, nullptr)) return -1;
+            if (count > 0) return static_cast<int>(count);
+        } while (SteadyMs() < deadline);
+        return 0;
+    }
+
+    bool Write(const char* bytes, size_t size, int64_t wait_ms) override {
+        const int64_t deadline = SteadyMs() + wait_ms;
+        for (size_t done = 0; done < size;) {
+            DWORD count = 0;
+            const auto chunk = static_cast<DWORD>(std::min<size_t>(size - done, QUEUE_SIZE));
+            if (!WriteFile(handle, bytes + done, chunk, &count, nullptr)) return false;
+            done += count;
+            if (done < size && (Stopping() || SteadyMs() >= deadline)) return false;
+        }
+        return true;
+    }
+
+    int64_t NowMs() override { return SteadyMs(); }
+
+    std::string Address() const override { return address; }
+
+    bool Configure() const {
+        DCB settings{};
+        settings.DCBlength = sizeof settings;
+        if (!BuildCommDCBA("115200,n,8,1", &settings)) return false;
+        settings.fDtrControl = DTR_CONTROL_ENABLE;
+        settings.fRtsControl = RTS_CONTROL_ENABLE;
+        COMMTIMEOUTS timeouts{};
+        // The documented combination for "return at once with what is there, else wait for the first byte".
+        timeouts.ReadIntervalTimeout = MAXDWORD;
+        timeouts.ReadTotalTimeoutMultiplier = MAXDWORD;
+        timeouts.ReadTotalTimeoutConstant = static_cast<DWORD>(SLICE_MS);
+        timeouts.WriteTotalTimeoutConstant = 1000;
+        return SetCommState(handle, &settings) && SetupComm(handle, QUEUE_SIZE, QUEUE_SIZE) &&
+               SetCommTimeouts(handle, &timeouts);
+    }
+};
+
+std::string Because(const std::string& what) {
+    return what + ": erro " + std::to_string(GetLastError());
+}
+
+}  // namespace
+
+std::unique_ptr<Port> OpenPort(const PortOptions& options, std::string* error) {
+    if (options.name.empty() || !options.link.empty()) {
+        *error = options.name.empty() ? "indique a porta com --port" : "--link precisa de um pseudo-terminal";
+        return nullptr;
+    }
+    auto port = std::make_unique<WindowsPort>();
+    port->stop = options.stop;
+    port->address = options.name;
+    // Ports above COM9 and the ends of virtual pairs are reached only through the device namespace.
+    const std::string path = "\\\\.\\" + options.name;
+    port->handle =
+        CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (port->handle == INVALID_HANDLE_VALUE || !port->Configure()) {
+        *error = Because(options.name);
+        return nullptr;
+    }
+    return port;
+}
+
+void OnStop(void (*handler)(int)) {
+    std::signal(SIGINT, handler);
+    std::signal(SIGTERM, handler);
+}
+
+}  // namespace emulator
