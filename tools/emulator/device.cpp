@@ -41,7 +41,6 @@ std::string Compose(const std::string& session, int code, bool with_alert, const
 }
 
 Result Run(Device& device, const CommandRow& row, const Request& request) {
-    if (request.arguments.size() != row.arguments) return {.ending = UNKNOWN_ERROR};
     if (!IsSession(request.session)) return {.ending = BAD_SESSION};
     const bool coded = row.code_argument >= 0;
     if (coded &&
@@ -107,7 +106,8 @@ std::string Answer(Device& device, std::string_view command, LocalTime now) {
     Request request{.session = fields.size() > 1 ? fields[1] : "", .arguments = {}, .now = now};
     if (fields.size() > 2) request.arguments.assign(fields.begin() + 2, fields.end());
 
-    const Result result = Run(device, *row, request);
+    const bool complete = fields.size() == row->arguments + 2;
+    const Result result = complete ? Run(device, *row, request) : Result{.ending = UNKNOWN_ERROR};
     const int code = row->prefix * 1000 + result.ending;
     const std::string session = Echo(request.session);
     std::string reply = result.replay.empty() ? Compose(session, code, row->alert, result) : result.replay;

@@ -1,0 +1,35 @@
+/*
+ * What zantir-call needs of the operating system.
+ */
+#pragma once
+
+#include <stdbool.h>
+
+/** A function of a library, to be cast to what it really is. */
+typedef void (*library_function)(void);
+
+/** Loads the library at `path` for good. NULL on failure. */
+void* system_load_library(const char* path);
+
+/** The exported function `name`; NULL when there is none. */
+library_function system_find_function(void* library, const char* name);
+
+/** Why the last of the two calls above failed. */
+const char* system_library_error(void);
+
+/** Changes the current directory. */
+bool system_change_directory(const char* path);
+
+/** A clock in milliseconds that never runs backwards. */
+double system_now_ms(void);
+
+/** Lets standard input and output carry "\n" as it stands. */
+void system_plain_streams(void);
+
+enum hold_result { HOLD_ACQUIRED, HOLD_ABANDONED, HOLD_TIMEOUT, HOLD_FAILED, HOLD_UNSUPPORTED };
+
+/** Takes the named mutex, waiting at most `milliseconds`. */
+enum hold_result system_hold(const char* name, unsigned long milliseconds);
+
+/** Gives back the mutex that system_hold took. */
+bool system_release(void);
