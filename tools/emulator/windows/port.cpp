@@ -11,7 +11,8 @@ namespace emulator {
 namespace {
 
 constexpr DWORD QUEUE_SIZE = 16384;
-constexpr int64_t SLICE_MS = 100;
+// Some systems keep a read waiting to its end although a byte came, so that a wait is cut in short slices.
+constexpr int64_t SLICE_MS = 20;
 
 int64_t SteadyMs() {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
