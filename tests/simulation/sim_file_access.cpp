@@ -203,7 +203,7 @@ void Files::CloseAll(uint32_t process) {
         if (appends_[place].node != nullptr && appends_[place].process == process)
             AppendClose(kFirstDescriptor + static_cast<int>(place));
     for (Search& search : searches_) {
-        if (!search.open || search.process != process) continue;
+        if (search.handle == 0 || search.process != process) continue;
         search = {};
         --open_searches_;
     }

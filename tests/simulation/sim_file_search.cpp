@@ -13,8 +13,8 @@ namespace sim {
 
 Files::Search* Files::FromHandle(plat_handle search) {
     const size_t index = HandleIndex(search);
-    const bool known =
-        IsHandleOf(search, HandleKind::Search) && index < searches_.size() && searches_[index].open;
+    const bool known = IsHandleOf(search, HandleKind::Search) && index < searches_.size() &&
+                       searches_[index].handle == search;
     return known ? &searches_[index] : nullptr;
 }
 
@@ -29,7 +29,7 @@ plat_handle Files::FindOpen(const char* pattern, char* name, size_t name_size) {
     std::string_view folder, name_pattern;
     SplitPath(pattern, &folder, &name_pattern);
     const auto node = folder.empty() ? WalkTo(".") : WalkTo(folder);
-    Search found{true, {}, 0, world().Process()};
+    Search found{0, {}, 0, world().Process()};
     if (node != nullptr) {
         for (const auto& [child_name, child] : node->children)
             if (!child->IsFolder() && MatchesPattern(child_name, name_pattern))
@@ -39,13 +39,14 @@ plat_handle Files::FindOpen(const char* pattern, char* name, size_t name_size) {
         world().last_error = node != nullptr ? PLAT_ERROR_FILE_NOT_FOUND : kErrorPathNotFound;
         return PLAT_INVALID_HANDLE;
     }
-    const auto place =
-        std::find_if(searches_.begin(), searches_.end(), [](const Search& s) { return !s.open; });
-    const size_t index = static_cast<size_t>(place - searches_.begin());
-    if (place == searches_.end()) searches_.emplace_back();
+    // Places are used in turn. A program that leaves searches open for ever loses the oldest in the end, and
+    // a long run does not drown in them.
+    const size_t index = searches_made_++ % kMostHandles;
+    if (index >= searches_.size()) searches_.resize(index + 1);
+    found.handle = MakeHandle(HandleKind::Search, index, searches_made_);
     searches_[index] = std::move(found);
     ++open_searches_;
-    return MakeHandle(HandleKind::Search, index, ++searches_made_);
+    return searches_[index].handle;
 }
 
 bool Files::FindNext(plat_handle search, char* name, size_t name_size) {

@@ -119,7 +119,7 @@ class Files {
         uint32_t process;
     };
     struct Search {
-        bool open = false;
+        plat_handle handle = 0;  ///< 0 while the place is free
         std::vector<std::string> names;
         size_t next = 0;
         uint32_t process = 0;

@@ -227,6 +227,20 @@ TEST_F(SimFiles, SearchesGoInNameOrder) {
     EXPECT_FALSE(plat_find_next(search, name, sizeof name));
 }
 
+TEST_F(SimFiles, ASearchThatIsLeftOpenDisturbsNoOther) {
+    files.SetText("Log\\a.txt", "");
+    files.SetText("Log\\b.txt", "");
+    char name[64];
+    const plat_handle oldest = plat_find_open("Log\\*", name, sizeof name);
+    const plat_handle left = plat_find_open("Log\\*", name, sizeof name);
+    for (int i = 0; i < 4095; ++i)
+        plat_find_open("Log\\*", name, sizeof name);
+    EXPECT_FALSE(plat_find_next(oldest, name, sizeof name)) << "4096 newer ones have taken all places";
+    EXPECT_TRUE(plat_find_next(left, name, sizeof name));
+    EXPECT_STREQ(name, "b.txt");
+    EXPECT_EQ(files.OpenSearches(), 4097u);
+}
+
 TEST_F(SimFiles, TheShellRemovesTreesAndFiles) {
     files.SetText("a\\b\\x.txt", "");
     files.SetText("a\\x.txt", "");

@@ -23,6 +23,9 @@ constexpr uint32_t kErrorAlreadyExists = 183;
 constexpr uint32_t kErrorNoMoreItems = 259;
 constexpr uint32_t kErrorNotOwner = 288;
 
+/** Places of each kind that a handle can name. */
+constexpr size_t kMostHandles = 4096;
+
 enum class HandleKind : uint8_t { Mutex = 1, Port = 2, Devices = 3, Search = 4 };
 
 /** Kind in the lowest 4 bits, place in a table in the next 12, and above them a serial number, so that a

@@ -91,7 +91,7 @@ class World {
     // Used by the platform's routines.
     void CountAllocation(int64_t change) { live_allocations_ += change; }
     struct DeviceSet {
-        bool open = false;
+        plat_handle handle = 0;  ///< 0 while the place is free
         uint32_t process = 0;
         std::string class_name;
         std::optional<size_t> current;

@@ -169,7 +169,7 @@ sim::World::DeviceSet* SetOf(plat_handle devices) {
     sim::World& world = sim::world();
     const size_t index = sim::HandleIndex(devices);
     const bool known = sim::IsHandleOf(devices, HandleKind::Devices) && index < world.device_sets.size() &&
-                       world.device_sets[index].open;
+                       world.device_sets[index].handle == devices;
     return known ? &world.device_sets[index]
                  : Fail<sim::World::DeviceSet*>(sim::kErrorInvalidHandle, nullptr);
 }
@@ -190,11 +190,14 @@ plat_handle plat_devices_open(const char* class_name) {
     const bool exists = std::find(classes.begin(), classes.end(), class_name) != classes.end();
     if (way >= 0 || !exists) return Fail(sim::kErrorInvalidData, PLAT_INVALID_HANDLE);
     auto& sets = world.device_sets;
-    const auto place = std::find_if(sets.begin(), sets.end(), [](const auto& set) { return !set.open; });
+    const auto place =
+        std::find_if(sets.begin(), sets.end(), [](const auto& set) { return set.handle == 0; });
     const size_t index = static_cast<size_t>(place - sets.begin());
     if (place == sets.end()) sets.emplace_back();
-    sets[index] = {true, world.Process(), class_name, {}};
-    return sim::MakeHandle(HandleKind::Devices, index, world.faults.Count(sim::Call::DevicesOpen));
+    const plat_handle handle =
+        sim::MakeHandle(HandleKind::Devices, index, world.faults.Count(sim::Call::DevicesOpen));
+    sets[index] = {handle, world.Process(), class_name, {}};
+    return handle;
 }
 
 bool plat_devices_select(plat_handle devices, uint32_t index) {

@@ -44,8 +44,8 @@ void World::EndProcess(uint32_t process) {
 }
 
 size_t World::OpenDeviceSets() const {
-    return static_cast<size_t>(
-        std::count_if(device_sets.begin(), device_sets.end(), [](const DeviceSet& set) { return set.open; }));
+    return static_cast<size_t>(std::count_if(device_sets.begin(), device_sets.end(),
+                                             [](const DeviceSet& set) { return set.handle != 0; }));
 }
 
 }  // namespace sim
