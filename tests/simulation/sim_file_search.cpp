@@ -32,8 +32,7 @@ plat_handle Files::FindOpen(const char* pattern, char* name, size_t name_size) {
     Search found{0, {}, 0, world().Process()};
     if (node != nullptr) {
         for (const auto& [child_name, child] : node->children)
-            if (!child->IsFolder() && MatchesPattern(child_name, name_pattern))
-                found.names.push_back(child_name);
+            if (MatchesPattern(child_name, name_pattern)) found.names.push_back(child_name);
     }
     if (!GiveName(found, name, name_size)) {
         world().last_error = node != nullptr ? PLAT_ERROR_FILE_NOT_FOUND : kErrorPathNotFound;

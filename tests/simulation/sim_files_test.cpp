@@ -210,11 +210,11 @@ TEST_F(SimFiles, WhatIsOpenOrHeldIsNeitherMovedNorRemoved) {
     EXPECT_TRUE(plat_remove_file("log"));
 }
 
-TEST_F(SimFiles, SearchesGoInNameOrder) {
+TEST_F(SimFiles, SearchesGoInNameOrderAndFindFoldersToo) {
     for (const char* name : {"Log\\c.txt", "Log\\a.txt", "Log\\b.log", "Log\\.txt", "Log\\b.txt.old"})
         files.SetText(name, "");
     files.MakeFolder("Log\\z.txt");
-    EXPECT_EQ(Found("Log/*.txt"), (std::vector<std::string>{".txt", "a.txt", "c.txt"}));
+    EXPECT_EQ(Found("Log/*.txt"), (std::vector<std::string>{".txt", "a.txt", "c.txt", "z.txt"}));
     EXPECT_EQ(Found("Log/*b*"), (std::vector<std::string>{"b.log", "b.txt.old"}));
     EXPECT_TRUE(Found("Log/*.ini").empty());
     EXPECT_TRUE(Found("None/*.txt").empty());
