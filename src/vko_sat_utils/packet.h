@@ -75,8 +75,8 @@ uint8_t SAT_API_CalcCkeckSum(const void* pBuf, int32_t iBufLen);
 /**
  * Builds the frame of a text.
  *
- * A text that lacks the leading STX gets one, but its last byte is lost: the checksum takes its place.
- * Callers pass texts that begin with STX.
+ * A text that lacks the leading STX gets one, but its last two bytes are lost to checksum and ETX, of which
+ * the first stands at iMsgLen - 1. Callers pass texts that begin with STX.
  *
  * @param pSatMsg      the text without checksum and ETX, NUL-terminated as SAT_API_CalcCkeckSum wants it
  * @param iMsgLen      its length in bytes

@@ -1,6 +1,7 @@
 #include "base64.h"
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -31,19 +32,17 @@ constexpr std::array<CharacterPair, 4096> MakePairs() {
 
 constexpr std::array<CharacterPair, 4096> PAIRS = MakePairs();
 
-/** Eight bytes as a number, the first one most significant, whatever the machine's own order. */
-uint64_t LoadBigEndian(const unsigned char* bytes) {
-    uint64_t value = 0;
-    for (int i = 0; i < 8; i++) {
-        value = value << 8 | bytes[i];
+/**
+ * Turns a number into the one whose bytes in memory run from the most significant to the least, and back. In
+ * this form compilers know the exchange of bytes and make one instruction of it.
+ */
+uint64_t BigEndian(uint64_t value) {
+    if constexpr (std::endian::native == std::endian::little) {
+        value = (value & 0x00FF00FF00FF00FF) << 8 | (value >> 8 & 0x00FF00FF00FF00FF);
+        value = (value & 0x0000FFFF0000FFFF) << 16 | (value >> 16 & 0x0000FFFF0000FFFF);
+        value = value << 32 | value >> 32;
     }
     return value;
-}
-
-void StoreBigEndian(unsigned char* bytes, uint64_t value) {
-    for (int i = 0; i < 8; i++) {
-        bytes[i] = static_cast<unsigned char>(value >> (56 - 8 * i));
-    }
 }
 
 void EncodeGroup(char* characters, size_t group) {
@@ -56,7 +55,9 @@ void EncodeAll(const unsigned char* bytes, size_t size, char* characters) {
     size_t at = 0;
     // Two groups a step; six bytes are used of the eight that are read at once.
     for (; size - at >= 8; at += 6, characters += 8) {
-        const uint64_t groups = LoadBigEndian(bytes + at) >> 16;
+        uint64_t groups = 0;
+        memcpy(&groups, bytes + at, sizeof groups);
+        groups = BigEndian(groups) >> 16;
         EncodeGroup(characters, static_cast<size_t>(groups >> 24));
         EncodeGroup(characters + 4, static_cast<size_t>(groups & 0xFFFFFF));
     }
@@ -114,38 +115,47 @@ void DecodeGroup(const Decoding& decoding, size_t at) {
     }
 }
 
+/** Decodes eight characters into the upper six bytes of the result, without a look at the output buffer. */
+uint64_t DecodeTwoGroups(const unsigned char* c, const unsigned char* table) {
+    const uint64_t first = uint64_t{table[c[0]]} << 18 | uint64_t{table[c[1]]} << 12 |
+                           uint64_t{table[c[2]]} << 6 | uint64_t{table[c[3]]};
+    const uint64_t second = uint64_t{table[c[4]]} << 18 | uint64_t{table[c[5]]} << 12 |
+                            uint64_t{table[c[6]]} << 6 | uint64_t{table[c[7]]};
+    return first << 40 | second << 16;
+}
+
 /**
- * Decodes the two groups whose characters begin at `at`, without a look at the output buffer. Writes eight
- * bytes of which six count: the last two are overwritten by the next step, and they lie before any byte or
- * character that a later step looks at, since characters are always ahead of the bytes made of them.
+ * Decodes two groups at a time from `at` on, as long as that gives the same as one by one. Returns where it
+ * stopped.
+ *
+ * The output buffer is looked at ahead of the bytes written so far, hence always as the caller left it. So
+ * eight characters whose eight bytes there hold no padding need no test of their own. Each step writes eight
+ * bytes of which six count: the next step overwrites the other two, and they lie in front of every byte and
+ * character that a later step looks at, since characters are ahead of the bytes made of them.
  */
-void DecodeTwoGroups(const Decoding& decoding, size_t at) {
-    const unsigned char* characters = decoding.characters + at;
-    const unsigned char* table = decoding.table;
-    uint64_t groups = 0;
-    for (int i = 0; i < 8; i++) {
-        groups = groups << 6 | table[characters[i]];
+size_t DecodePlain(const Decoding& decoding, size_t at, size_t character_count) {
+    // Local copies, because a byte that is stored might be part of anything that is reached by a reference.
+    const unsigned char* const characters = decoding.characters;
+    const unsigned char* const table = decoding.table;
+    unsigned char* const bytes = decoding.bytes;
+    const size_t length = decoding.output_length;
+    for (; at + 8 <= character_count && at / 4 * 3 + 8 <= length; at += 8) {
+        if (at < length && (at + 8 > length || HoldsPadding(bytes + at))) {
+            break;
+        }
+        const uint64_t groups = BigEndian(DecodeTwoGroups(characters + at, table));
+        memcpy(bytes + at / 4 * 3, &groups, sizeof groups);
     }
-    StoreBigEndian(decoding.bytes + at / 4 * 3, groups << 16);
+    return at;
 }
 
 void DecodeAll(const Decoding& decoding, size_t character_count) {
-    const size_t tested = decoding.output_length;
     size_t at = 0;
-    // The output buffer is looked at ahead of the bytes written so far, hence always as the caller left it.
-    // So eight characters whose eight bytes there hold no padding need no test of their own.
-    while (at + 8 <= character_count && at / 4 * 3 + 8 <= decoding.output_length) {
-        const bool plain = at >= tested || (at + 8 <= tested && !HoldsPadding(decoding.bytes + at));
-        if (plain) {
-            DecodeTwoGroups(decoding, at);
-        } else {
+    while (at < character_count) {
+        at = DecodePlain(decoding, at, character_count);
+        for (int group = 0; group < 2 && at < character_count; group++, at += 4) {
             DecodeGroup(decoding, at);
-            DecodeGroup(decoding, at + 4);
         }
-        at += 8;
-    }
-    for (; at < character_count; at += 4) {
-        DecodeGroup(decoding, at);
     }
 }
 
