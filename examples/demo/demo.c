@@ -161,7 +161,8 @@ static void take_reply(const struct shape* shape, int session, double start, con
     printf("%s, session %06d, %.0f ms\n", shape->command, session, duration);
     print_reply(shape, reply);
     if (reply->count < 2) fail(shape->command, "this is not a device's reply: ", text);
-    if (atoi(reply->fields[0]) != session) fail(shape->command, "the reply is of session ", reply->fields[0]);
+    if (strtol(reply->fields[0], NULL, 10) != session)
+        fail(shape->command, "the reply is of session ", reply->fields[0]);
     if (strcmp(reply->fields[1], shape->code) != 0) {
         fail(shape->command, "the device did not do it, its code is ", reply->fields[1]);
     }

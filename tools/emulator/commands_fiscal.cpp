@@ -11,7 +11,7 @@ constexpr int SALE_TOO_LONG = 5;
 constexpr int DEVICE_BLOCKED = 6;
 constexpr int CONTENT_INVALID = 10;
 
-constexpr size_t LONGEST_SALE = 1500 * 1024;
+constexpr size_t LONGEST_SALE = size_t{1500} * 1024;
 constexpr auto CANCELLATION_LIMIT = std::chrono::minutes(30);
 constexpr int LAST_DOCUMENT = 999999;
 

@@ -13,7 +13,7 @@ namespace {
 
 // What a device keeps is bounded, however long it runs and whatever it is sent.
 constexpr size_t MOST_SESSIONS = 200;
-constexpr size_t MOST_SESSION_BYTES = 32 * 1024 * 1024;
+constexpr size_t MOST_SESSION_BYTES = size_t{32} * 1024 * 1024;
 constexpr size_t MOST_JOURNAL_LINES = 1000;
 
 // Six digits; a negative session arrives as a sign and five.

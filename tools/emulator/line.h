@@ -33,8 +33,8 @@ struct LineSettings {
     int64_t stall_ms = 1000;  ///< longest silence inside a command
     /** A caller that misses bytes notices only when its read of a whole block runs out, at 1 ms a byte. */
     int64_t acknowledge_ms = 20000;
-    size_t longest_command = 12 * 1024 * 1024;  ///< bytes of a frame
-    int transmissions = 3;                      ///< how often a reply is sent before the exchange is given up
+    size_t longest_command = size_t{12} * 1024 * 1024;  ///< bytes of a frame
+    int transmissions = 3;  ///< how often a reply is sent before the exchange is given up
 };
 
 /** A port and what the line remembers between exchanges. */

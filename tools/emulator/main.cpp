@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <ctime>
+#include <exception>
 #include <random>
 #include <string>
 
@@ -97,9 +98,7 @@ void Describe(CLI::App& app, Options& options) {
     app.add_flag("--quiet", options.quiet, "Nao mostra uma linha por comando");
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     Options options;
     CLI::App app("Um equipamento SAT emulado numa linha serial", "sat-emulator");
     Describe(app, options);
@@ -117,4 +116,17 @@ int main(int argc, char** argv) {
                 options.port.link.c_str());
     std::fflush(stdout);
     return Serve(options, *port);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "sat-emulator: %s\n", failure.what());
+    } catch (...) {
+        std::fprintf(stderr, "sat-emulator: erro desconhecido\n");
+    }
+    return 1;
 }
