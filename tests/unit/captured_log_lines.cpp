@@ -1,6 +1,4 @@
 /* The capture over the real log writer on the simulated platform: lines are read back from the log file. */
-#include <regex>
-
 #include "captured_log.h"
 #include "sim_platform.h"
 

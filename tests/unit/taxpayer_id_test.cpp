@@ -79,6 +79,12 @@ TEST(Cpf, GoodAndBadCheckDigits) {
     EXPECT_EQ(log.Lines()[0].function, "VKO_Check_CPF");
 }
 
+TEST(Cpf, TheSecondDigitIsComputedOverTheGivenFirst) {
+    const CapturedLog log;
+    EXPECT_EQ(VKO_Check_CPF("52998224735"), -3007);
+    EXPECT_TRUE(log.Has(VKO_LOG_ERR, "rc[-03007]ER CPF[11:52998224735]Given[35] Computed[23]VERYFY:FAIL"));
+}
+
 TEST(Cpf, FormsThatAreRefused) {
     const CapturedLog log;
     EXPECT_EQ(VKO_Check_CPF(nullptr), -3011);
