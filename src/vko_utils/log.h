@@ -70,10 +70,12 @@ int VKO_LogWrite(const char* logName, unsigned level, const char* format, ...) P
                            : 0)
 
 /** The same for formats that spell their own front for line, source file and function. */
-#define VKO_LOG_OWN_FRONT(logName, source, level, format, ...)                                               \
-    (VKO_LogEnabled(level)                                                                                   \
-         ? VKO_LogWrite((logName), (level), format, __LINE__, (source), __func__ __VA_OPT__(, ) __VA_ARGS__) \
-         : 0)
+#define VKO_LOG_OWN_FRONT(logName, source, level, format, ...) \
+    VKO_LOG_OWN_FRONT_AS(logName, source, __func__, level, format __VA_OPT__(, ) __VA_ARGS__)
+#define VKO_LOG_OWN_FRONT_AS(logName, source, function, level, format, ...)               \
+    (VKO_LogEnabled(level) ? VKO_LogWrite((logName), (level), format, __LINE__, (source), \
+                                          (function)__VA_OPT__(, ) __VA_ARGS__)           \
+                           : 0)
 
 /** The usual line: VKO_LOG_AS for the function in which it stands. */
 #define VKO_LOG(logName, source, level, format, ...) \

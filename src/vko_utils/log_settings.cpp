@@ -7,6 +7,13 @@
 static const char SECTION[] = "LOG";
 static constexpr int32_t DEFAULT_MAX_SIZE = 800000;
 
+/** Every line of a configuration names the public routine, whichever of its steps writes it. */
+static const char CONFIGURE[] = "VKO_SetIniFileLogMode";
+
+#define CONFIGURE_LOG(level, format, ...)                                     \
+    VKO_LOG_OWN_FRONT_AS(gl_pLogBaseName, VKO_UTILS_SOURCE, CONFIGURE, level, \
+                         format __VA_OPT__(, ) __VA_ARGS__)
+
 /** The key being read and where it came from, for the report lines. */
 struct tLogKey {
     const char* pIniFileName;
@@ -39,8 +46,8 @@ static tLogKey ReadKey(const char* pIniFileName, const char* pItem, char (&value
 }
 
 static void ReportReadError(const tLogKey& key, const char* value) {
-    UTIL_LOG_OWN_FRONT(VKO_LOG_ERR, "[%04d] %s %s rc[%04d]ER FileName[%s] Session[%s] item[%s=%s]<DEFAULT>\n",
-                       key.rc, key.pIniFileName, SECTION, key.pItem, value);
+    CONFIGURE_LOG(VKO_LOG_ERR, "[%04d] %s %s rc[%04d]ER FileName[%s] Session[%s] item[%s=%s]<DEFAULT>\n",
+                  key.rc, key.pIniFileName, SECTION, key.pItem, value);
 }
 
 static void ResetSettings(const char* logName) {
@@ -72,9 +79,8 @@ static void ReadName(const char* pIniFileName) {
         ReportReadError(key, value);
     } else if (strlen(value) <= 3) {
         VKO_CopyText(value, sizeof value, gl_pLogBaseName);
-        UTIL_LOG_OWN_FRONT(VKO_LOG_WRN,
-                           "[%04d] %s %s rc[%04d]WR FileName[%s] Session[%s] item[%s=%s]<DEFAULT>\n", key.rc,
-                           pIniFileName, SECTION, key.pItem, value);
+        CONFIGURE_LOG(VKO_LOG_WRN, "[%04d] %s %s rc[%04d]WR FileName[%s] Session[%s] item[%s=%s]<DEFAULT>\n",
+                      key.rc, pIniFileName, SECTION, key.pItem, value);
     }
     VKO_CopyText(gl_tLogSettings.strLogFileName, sizeof gl_tLogSettings.strLogFileName, value);
 }
@@ -93,8 +99,8 @@ static void ReadMaxSize(const char* pIniFileName) {
         return;
     }
     // The closing "]" of the item is missing in this line: on purpose.
-    UTIL_LOG_OWN_FRONT(VKO_LOG_WRN, "[%04d] %s %s rc[%04d]WR FileName[%s] Session[%s] item[%s=%s<DEFAULT>\n",
-                       key.rc, pIniFileName, SECTION, key.pItem, value);
+    CONFIGURE_LOG(VKO_LOG_WRN, "[%04d] %s %s rc[%04d]WR FileName[%s] Session[%s] item[%s=%s<DEFAULT>\n",
+                  key.rc, pIniFileName, SECTION, key.pItem, value);
 }
 
 static const tLogMode& ModeOf(char cMode) {
@@ -106,8 +112,7 @@ static const tLogMode& ModeOf(char cMode) {
 
 int VKO_SetIniFileLogMode(const char* logName, const char* iniFileName) {
     if (iniFileName == nullptr) {
-        UTIL_LOG_OWN_FRONT(VKO_LOG_ERR, "[%04d] %s %s rc[%04d]ER pIniFileName=NULL\n",
-                           INI_FILE_ERR_INVALID_PARAM);
+        CONFIGURE_LOG(VKO_LOG_ERR, "[%04d] %s %s rc[%04d]ER pIniFileName=NULL\n", INI_FILE_ERR_INVALID_PARAM);
     }
     ResetSettings(logName);
     ReadFolder(iniFileName);
@@ -125,8 +130,8 @@ int VKO_SetIniFileLogMode(const char* logName, const char* iniFileName) {
     const tLogMode& mode = ModeOf(value[0]);
     gl_tLogSettings.iLevelMask = mode.iMask;
     if (mode.pFlag != nullptr) gl_tLogFlags.*mode.pFlag = 1;
-    UTIL_LOG_OWN_FRONT(VKO_LOG_WRN, "[%04d] %s %s rc[%04d]WR FileName[%s] Session[%s] item[%s=%s]%s\n",
-                       mode.iMask, iniFileName, SECTION, key.pItem, value, mode.pReport);
+    CONFIGURE_LOG(VKO_LOG_WRN, "[%04d] %s %s rc[%04d]WR FileName[%s] Session[%s] item[%s=%s]%s\n", mode.iMask,
+                  iniFileName, SECTION, key.pItem, value, mode.pReport);
     gl_tLogSettings.uiConfigTick = VKO_GetTickOfDay();
     if (value[0] != '2') gl_tLogFlags.iWarning = 0;
     return gl_tLogSettings.iLevelMask;
