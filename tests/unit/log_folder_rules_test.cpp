@@ -1,0 +1,90 @@
+/*
+ * Where the diagnostic log lies.
+ */
+#include <algorithm>
+
+#include "logged_library.h"
+
+namespace {
+
+class LogFolderRules : public Library {
+  protected:
+    /** Configures the folder, writes one line, and returns the name under which its file was opened. */
+    static std::string OpenedFor(const std::string& folder) {
+        World().files.SetText("log.ini", "[LOG]\nLogMode=5\nLogFilePath=" + folder + "\n");
+        VKO_SetIniFileLogMode("SAT_api.log", "log.ini");
+        World().faults.TraceOn({sim::Call::FileOpen});
+        World().faults.trace.clear();
+        VKO_LogWrite("n.log", VKO_LOG_ERR, "x\n");
+        World().faults.TraceOff();
+        return World().faults.trace.empty() ? "" : World().faults.trace[0];
+    }
+};
+
+TEST_F(LogFolderRules, AFolderWithADriveIsTakenAsItStands) {
+    World().files.MakeFolder("C:\\logs");
+    EXPECT_EQ(OpenedFor("C:\\logs"), "FileOpen C:\\logs\\20261120_n.log a");
+    EXPECT_EQ(FileText("C:\\logs\\20261120_n.log"), "[12:04:05.006]ERR x\n");
+}
+
+TEST_F(LogFolderRules, AFolderFromTheRootIsTakenAsItStands) {
+    World().files.MakeFolder("/var/log/zantir");
+    EXPECT_EQ(OpenedFor("/var/log/zantir"), "FileOpen /var/log/zantir\\20261120_n.log a");
+}
+
+TEST_F(LogFolderRules, AnyOtherFolderLiesBelowTheCurrentOne) {
+    World().files.MakeFolder("logs");
+    World().files.MakeFolder("deep\\logs");
+    EXPECT_EQ(OpenedFor("logs"), "FileOpen .\\logs\\20261120_n.log a");
+    EXPECT_EQ(OpenedFor("deep\\logs"), "FileOpen .\\deep\\logs\\20261120_n.log a");
+    EXPECT_EQ(FileText("C:\\app\\logs\\20261120_n.log"), "[12:04:05.006]ERR x\n");
+}
+
+TEST_F(LogFolderRules, AMissingFolderSendsTheLogToTheCurrentOne) {
+    EXPECT_EQ(OpenedFor("missing"), "FileOpen 20261120_n.log a");
+    EXPECT_EQ(OpenedFor("C:\\missing"), "FileOpen 20261120_n.log a");
+    EXPECT_EQ(OpenedFor(""), "FileOpen 20261120_n.log a");
+    EXPECT_FALSE(World().files.Exists("missing"));
+}
+
+TEST_F(LogFolderRules, AFolderOfOneCharacterIsNotUsed) {
+    World().files.MakeFolder("x");
+    World().files.MakeFolder("xy");
+    EXPECT_EQ(OpenedFor("x"), "FileOpen 20261120_n.log a");
+    EXPECT_EQ(OpenedFor("xy"), "FileOpen .\\xy\\20261120_n.log a");
+}
+
+TEST_F(LogFolderRules, SomethingElseInPlaceOfTheFolderIsNotUsed) {
+    World().files.SetText("file", "x");
+    World().files.SetKind("pipe", PLAT_MODE_PIPE);
+    // Shares the folder's bit without being one.
+    World().files.SetKind("other", 0xC000);
+    EXPECT_EQ(OpenedFor("file"), "FileOpen 20261120_n.log a");
+    EXPECT_EQ(OpenedFor("pipe"), "FileOpen 20261120_n.log a");
+    EXPECT_EQ(OpenedFor("other"), "FileOpen 20261120_n.log a");
+}
+
+TEST_F(LogFolderRules, AFolderWhoseStatusIsRefusedIsNotUsed) {
+    World().files.MakeFolder("logs");
+    OpenedFor("logs");
+    World().faults.FailAlways(sim::Call::FileQuery);
+    VKO_LogWrite("n.log", VKO_LOG_ERR, "y\n");
+    EXPECT_EQ(FileText("20261120_n.log"), "[12:04:05.006]ERR y\n");
+}
+
+TEST_F(LogFolderRules, BlanksOfTheFolderAreGone) {
+    World().files.MakeFolder("ProgramFiles");
+    EXPECT_EQ(OpenedFor("Program Files"), "FileOpen .\\ProgramFiles\\20261120_n.log a");
+}
+
+TEST_F(LogFolderRules, ALogNameLongerThanThePathBufferIsCut) {
+    World().files.MakeFolder("logs");
+    OpenedFor("logs");
+    VKO_LogWrite(std::string(5000, 'n').c_str(), VKO_LOG_ERR, "x\n");
+    size_t longest = 0;
+    for (const std::string& name : World().files.List("C:\\app\\logs"))
+        longest = std::max(longest, name.size());
+    EXPECT_EQ(longest, 2047 - std::string(".\\logs\\").size());
+}
+
+}  // namespace
