@@ -47,10 +47,8 @@ static void OpenTodaysFile() {
     plat_calendar now;
     plat_local_now(&now);
     char* pName = gl_tSat.strSatProtLogFileName;
-    if (!VKO_FormatText(pName, sizeof gl_tSat.strSatProtLogFileName, "%s\\%04d%02d%02d_SAT_ProtocolLog.txt",
-                        gl_tSat.strSatProtLogFilePath, now.year, now.month, now.day)) {
-        API_LOG_AS(CREATE, VKO_LOG_WRN, "---  pcLogName[%s]TOO LONG, CUT\n", pName);
-    }
+    VKO_FormatText(pName, sizeof gl_tSat.strSatProtLogFileName, "%s\\%04d%02d%02d_SAT_ProtocolLog.txt",
+                   gl_tSat.strSatProtLogFilePath, now.year, now.month, now.day);
     const int iFd = plat_append_open(pName);
     if (iFd == 0 || iFd == -1) {
         API_LOG_AS(CREATE, VKO_LOG_ERR,
