@@ -51,6 +51,8 @@ static bool CopyValue(const tIniText& text, const char* pHeader, const char* pVa
         if (tested < text.fileSize && text.pText[tested] == '\r') break;
         if (*p == '=' || *p == ' ') continue;
         if (copied + 1 >= lookup.size) {
+            // A carriage return at the line's end would go anyway: it does not make the value too long.
+            if (*p == '\r') continue;
             bWhole = false;
             break;
         }
