@@ -18,6 +18,13 @@ struct tIniChange {
 static const char CHANGE[] = "VKO_SetIniFileValue";
 
 static int Fail(const tIniChange& change, int rc, const char* pReason) {
+    if (change.pNewValue[0] == '\0') {
+        UTIL_LOG_LINE_FUNCTION_AS(
+            CHANGE, VKO_LOG_ERR,
+            "[%04d] %s rc[%06d]%s pIniFileName[%s] pSession[%s] pItem[%s] pNewValue=NULL\n", rc, pReason,
+            change.pIniFileName, change.pSession, change.pItem);
+        return rc;
+    }
     UTIL_LOG_LINE_FUNCTION_AS(
         CHANGE, VKO_LOG_ERR, "[%04d] %s rc[%06d]%s pIniFileName[%s] pSession[%s] pItem[%s] pNewValue[%s]\n",
         rc, pReason, change.pIniFileName, change.pSession, change.pItem, change.pNewValue);
