@@ -83,14 +83,13 @@ int VKO_CreateDir(const char* pDirName) {
         return -1;
     }
     plat_file_status status;
-    if (plat_file_query(pDirName, &status) && (status.mode & PLAT_MODE_FORMAT) == PLAT_MODE_DIRECTORY)
-        return 1;
+    if (plat_file_query(pDirName, &status) && (status.mode & PLAT_MODE_DIRECTORY) != 0) return 1;
     plat_create_folder(pDirName);
     if (!plat_file_query(pDirName, &status)) {
         UTIL_LOG_LINE_FUNCTION(VKO_LOG_ERR, "[%04d] %s rc[%06d] pDirName[%s] Not Created!\n", -5, pDirName);
         return -5;
     }
-    if ((status.mode & PLAT_MODE_FORMAT) != PLAT_MODE_DIRECTORY) {
+    if ((status.mode & PLAT_MODE_DIRECTORY) == 0) {
         UTIL_LOG_LINE_FUNCTION(VKO_LOG_ERR, "[%04d] %s rc[%06d] pDirName[%s] Is not a Directory!\n", -4,
                                pDirName);
         return -4;
