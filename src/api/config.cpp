@@ -322,10 +322,13 @@ int GetFixedSerialPort(char* pFixedSerialPort) {
         return 1;
     }
     size_t length = strlen(pFixedSerialPort);
+    // A value that fills the buffer was cut by the reader, which has reported it.
+    const bool bReported = length == VALUE_SIZE - 1;
     while (length > 0 && isdigit(static_cast<unsigned char>(pFixedSerialPort[length - 1])) == 0)
         --length;
     pFixedSerialPort[length] = '\0';
-    if (!VKO_CopyText(gl_tSat.strFixedSerialPort, sizeof gl_tSat.strFixedSerialPort, pFixedSerialPort)) {
+    if (!VKO_CopyText(gl_tSat.strFixedSerialPort, sizeof gl_tSat.strFixedSerialPort, pFixedSerialPort) &&
+        !bReported) {
         API_LOG(VKO_LOG_WRN, "FixarPorta[%s]TOO LONG, CUT TO[%s]\n", pFixedSerialPort,
                 gl_tSat.strFixedSerialPort);
     }
