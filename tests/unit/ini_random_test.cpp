@@ -115,7 +115,7 @@ class IniRandom : public Library {
 
 TEST_F(IniRandom, TheReaderAgreesWithItsRules) {
     size_t found = 0;
-    for (int round = 0; round < 50000; ++round) {
+    for (int round = 0; round < 100000; ++round) {
         const std::string file = RandomFile();
         const std::string section = Pick({"S", "T", "", "A", "S]"});
         const std::string item = Pick({"A", "B", "AB", "", "S", "=", "A=", "\n", "x"});
@@ -136,7 +136,7 @@ TEST_F(IniRandom, TheReaderAgreesWithItsRules) {
 TEST_F(IniRandom, TheReaderReportsACutValueAndNoOther) {
     LogAtMode('2');
     size_t cuts = 0;
-    for (int round = 0; round < 5000; ++round) {
+    for (int round = 0; round < 10000; ++round) {
         const std::string file = "[S]\n" + RandomFile();
         const size_t room = random() % 5;
         World().files.SetText("r.ini", file);
@@ -152,7 +152,7 @@ TEST_F(IniRandom, TheReaderReportsACutValueAndNoOther) {
 
 TEST_F(IniRandom, TheWriterAgreesWithItsRules) {
     std::vector<int> results(9);
-    for (int round = 0; round < 50000; ++round) {
+    for (int round = 0; round < 100000; ++round) {
         std::optional<std::string> expected;
         World().files.Remove("r.ini");
         if (random() % 10 != 0) {
