@@ -11,6 +11,8 @@ static constexpr int MOST_LOG_FILES = 9;
 static constexpr size_t FILE_NAME_SIZE = 260;
 static constexpr size_t RESPONSE_SIZE = 20;
 
+plat_handle gl_hLeftOpenSearch = PLAT_INVALID_HANDLE;
+
 void WideCharToByte(const wchar_t* warray, char* response) {
     if (warray == nullptr) {
         API_LOG(VKO_LOG_WRN, "Win: warray=null\n");
@@ -40,12 +42,11 @@ static void ConvertMisread(const char (&strName)[FILE_NAME_SIZE], char (&strResp
 static void RemoveMisreadName() {
     // This search stays open on purpose; the next one in its place ends it, so that there is never more than
     // one.
-    static plat_handle l_leftOpen = PLAT_INVALID_HANDLE;
-    if (plat_handle_valid(l_leftOpen)) plat_find_close(l_leftOpen);
+    if (plat_handle_valid(gl_hLeftOpenSearch)) plat_find_close(gl_hLeftOpenSearch);
 
     char strName[FILE_NAME_SIZE] = {};
-    l_leftOpen = plat_find_open(LOG_FILES, strName, sizeof strName);
-    if (!plat_handle_valid(l_leftOpen)) return;
+    gl_hLeftOpenSearch = plat_find_open(LOG_FILES, strName, sizeof strName);
+    if (!plat_handle_valid(gl_hLeftOpenSearch)) return;
     char strRemembered[RESPONSE_SIZE] = {};
     ConvertMisread(strName, strRemembered);
     char strPath[RESPONSE_SIZE + 8];

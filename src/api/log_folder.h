@@ -5,7 +5,12 @@
 
 #include <cstddef>
 
+#include "../platform/platform.h"
+
 constexpr int SAT_API_ERR_WIN_FILE_NOT_FOUND = -1102;
+
+/** The search that GetFiles leaves open above nine files; PLAT_INVALID_HANDLE before. */
+extern plat_handle gl_hLeftOpenSearch;
 
 /**
  * Counts the text files of the folder "Log" below the current directory. Returns their number, or -1102 when

@@ -20,6 +20,7 @@ void Library::Load() {
     gl_iFd = 0;
     gl_bProtocolLineFormatted = false;
     gl_tLinkClock = {};
+    gl_hLeftOpenSearch = PLAT_INVALID_HANDLE;
     ResetCommandTimeouts();
     tSatRetCodeTbl[0].iCode = 4000;
     BufferClear(gl_strSatRsp, GL_DEF_MAX_SAT_PKT_SIZE);

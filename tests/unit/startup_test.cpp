@@ -203,9 +203,8 @@ TEST_F(Startup, ALaterCallMovesALogAboveItsLimitAside) {
     WriteIni("[LOG]\nLogFilePath=Log\nLogFileMaxSize=500\nLogMode=5\n");
     init_global_sat_struct();
     ASSERT_GT(DiagnosticLog().size(), 500U);
-    const size_t files = World().files.List("Log").size();
-    init_global_sat_struct();
-    EXPECT_GT(World().files.List("Log").size(), files);
+    EXPECT_EQ(init_global_sat_struct(), 1);
+    EXPECT_THAT(World().files.List("Log"), ElementsAre("20261120_SAT_api.log_bkp_00.log"));
 }
 
 TEST_F(Startup, ALaterCallClosesTheProtocolLogAndTheNextExchangeOpensItAgain) {

@@ -1,0 +1,150 @@
+#include "api_fixture.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+/** The small routines around the log folder. */
+class LogFolder : public Api {
+  protected:
+    void SetUp() override {
+        Load();
+        StartLog();
+    }
+    static void MakeFiles(int count) {
+        for (int i = 0; i < count; ++i)
+            World().files.SetText("Log\\" + std::string(1, static_cast<char>('a' + i)) + ".txt", "x");
+    }
+};
+
+TEST_F(LogFolder, WithoutTextFilesThereIsAWarning) {
+    EXPECT_EQ(GetFiles(), -1102);
+    EXPECT_THAT(Log(), ElementsAre("WRN [GetFiles]Win: rc[-01102]WR:SAT_API_ERR_WIN_FILE_NOT_FOUND\n"));
+    World().files.Remove("Log");
+    EXPECT_EQ(GetFiles(), -1102);
+}
+
+TEST_F(LogFolder, OnlyTextFilesCount) {
+    World().files.SetText("Log\\a.log", "x");
+    World().files.SetText("b.txt", "x");
+    EXPECT_EQ(GetFiles(), -1102);
+    World().files.SetText("Log\\c.txt", "x");
+    EXPECT_EQ(GetFiles(), 1);
+}
+
+TEST_F(LogFolder, CountsItsTextFiles) {
+    for (const int count : {1, 6, 9, 10, 12}) {
+        SCOPED_TRACE(count);
+        SetUp();
+        MakeFiles(count);
+        EXPECT_EQ(GetFiles(), count);
+        // Nothing is ever removed.
+        EXPECT_EQ(World().files.List("Log").size(), static_cast<size_t>(count) + 1);
+    }
+}
+
+TEST_F(LogFolder, NineFilesAreSearchedOnceAndTheSearchIsClosed) {
+    MakeFiles(9);
+    World().faults.TraceOn({sim::Call::FindOpen, sim::Call::FindClose, sim::Call::RemoveFile});
+    GetFiles();
+    EXPECT_THAT(World().faults.trace, ElementsAre("FindOpen Log/*.txt", "FindClose"));
+    EXPECT_EQ(World().files.OpenSearches(), 0U);
+}
+
+TEST_F(LogFolder, TenFilesAreSearchedAgainAndThatSearchStaysOpen) {
+    MakeFiles(10);
+    World().faults.TraceOn({sim::Call::FindOpen, sim::Call::FindClose, sim::Call::RemoveFile});
+    GetFiles();
+    const std::vector<std::string>& trace = World().faults.trace;
+    ASSERT_EQ(trace.size(), 4U);
+    EXPECT_EQ(trace[0], "FindOpen Log/*.txt");
+    EXPECT_EQ(trace[1], "FindClose");
+    EXPECT_EQ(trace[2], "FindOpen Log/*.txt");
+    EXPECT_THAT(trace[3], testing::StartsWith("RemoveFile Log/"));
+    EXPECT_THAT(trace[3], testing::Not(HasSubstr(".txt")));
+    EXPECT_EQ(World().files.OpenSearches(), 1U);
+}
+
+TEST_F(LogFolder, ASearchThatWasLeftOpenEndsWithTheNextOne) {
+    MakeFiles(12);
+    for (int i = 0; i < 100; ++i) GetFiles();
+    EXPECT_EQ(World().files.OpenSearches(), 1U);
+}
+
+TEST_F(LogFolder, EachNameIsConvertedForTheLog) {
+    MakeFiles(3);
+    World().faults.TraceOn({sim::Call::WideToBytes});
+    GetFiles();
+    EXPECT_EQ(World().faults.trace.size(), 3U);
+    EXPECT_EQ(LogOf("WideCharToByte").size(), 3U);
+}
+
+TEST_F(LogFolder, NamesOfAnyLengthAreCounted) {
+    World().files.SetText("Log\\" + std::string(255, 'n') + ".txt", "x");
+    EXPECT_EQ(GetFiles(), 1);
+}
+
+TEST_F(LogFolder, AWideTextIsConvertedAndLogged) {
+    char response[20];
+    WideCharToByte(L"protocolo.txt", response);
+    EXPECT_STREQ(response, "protocolo.txt");
+    EXPECT_THAT(Log(), ElementsAre("INF [WideCharToByte]Win: response[00013:protocolo.txt]\n"));
+}
+
+TEST_F(LogFolder, AWideTextIsCutBehindNineteenCharactersAndTwentyBytesAreCopied) {
+    char response[21];
+    memset(response, '#', sizeof response);
+    WideCharToByte(L"0123456789012345678901234", response);
+    EXPECT_STREQ(response, "0123456789012345678");
+    EXPECT_EQ(response[20], '#');
+    memset(response, '#', sizeof response);
+    WideCharToByte(L"ab", response);
+    EXPECT_EQ(std::string(response, 21), "ab" + std::string(18, '\0') + "#");
+}
+
+TEST_F(LogFolder, ACharacterThatTheCodePageLacksBecomesABlank) {
+    char response[20];
+    WideCharToByte(L"a\x4E2D" L"b", response);
+    EXPECT_STREQ(response, "a b");
+}
+
+TEST_F(LogFolder, FourteenBlanksAreNotLogged) {
+    char response[20];
+    WideCharToByte(L"              ", response);
+    EXPECT_THAT(Log(), ElementsAre());
+    WideCharToByte(L"             ", response);
+    EXPECT_THAT(Log(), ElementsAre("INF [WideCharToByte]Win: response[00013:             ]\n"));
+}
+
+TEST_F(LogFolder, NullPointersOfTheConversionAreReported) {
+    char response[20] = "kept";
+    WideCharToByte(nullptr, response);
+    EXPECT_STREQ(response, "kept");
+    WideCharToByte(L"x", nullptr);
+    WideCharToByte(nullptr, nullptr);
+    EXPECT_THAT(Log(), ElementsAre("WRN [WideCharToByte]Win: warray=null\n",
+                                   "WRN [WideCharToByte]Win: response=null\n",
+                                   "WRN [WideCharToByte]Win: warray=null\n"));
+}
+
+TEST_F(LogFolder, InformationGoesToTheProtocolLogWithTheLocalTime) {
+    LogInfo("hello %s");
+    EXPECT_EQ(ProtocolLog(), "20261120120405 INFO [hello %s]\n");
+    EXPECT_EQ(LogOf("LogInfo").back(), "INF [LogInfo]Win: OK:logFd[" + Hex8(gl_iFd) +
+                                           "h]n\t pTextInfo[00008:hello %s]\n");
+    LogInfo("again");
+    EXPECT_EQ(ProtocolLog(), "20261120120405 INFO [hello %s]\n20261120120405 INFO [again]\n");
+    EXPECT_EQ(World().faults.Count(sim::Call::AppendOpen), 1U);
+}
+
+TEST_F(LogFolder, InformationWithoutAProtocolLogIsReported) {
+    World().faults.FailAlways(sim::Call::AppendOpen);
+    LogInfo("hello");
+    EXPECT_EQ(LogOf("LogInfo").back(),
+              "ERR [LogInfo]Win: ER:logFd[00000000h]=NULL File Handle\n\t pTextInfo[00005:hello]\n");
+}
+
+TEST_F(LogFolder, NullInformationIsReported) {
+    LogInfo(nullptr);
+    EXPECT_THAT(Log(), ElementsAre("WRN [LogInfo]Win: WR:pTextInfo=NULL\n"));
+    EXPECT_EQ(World().faults.Count(sim::Call::AppendOpen), 0U);
+}
