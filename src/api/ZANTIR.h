@@ -18,6 +18,7 @@
 #include "exports.h"
 #include "link.h"
 #include "link_clock.h"
+#include "link_errors.h"
 #include "log_folder.h"
 #include "log_periodic.h"
 #include "port.h"

@@ -77,13 +77,26 @@ static char* Run(int iCmd, int iSession, int iLength, const char* pcData) {
     return gl_strSatRsp;
 }
 
+/** How much of the buffer an argument can take at most. */
+static size_t ArgumentRoom(int) {
+    return sizeof "-2147483648";
+}
+static size_t ArgumentRoom(const char* pArgument) {
+    return pArgument != nullptr ? strlen(pArgument) : sizeof "(null)";
+}
+
 /** One command: formats row iCmd of the table and runs it. `pcData` goes to the result file's routine. */
 template <int iCmd, class... tArguments>
 static char* RunCommandWithData(int numeroSessao, const char* pcData, tArguments... arguments) {
     Enter(SAT_COMMANDS[iCmd].pName);
     const int iSession = ReducedSession(numeroSessao);
-    const int iLength = snprintf(gl_strSatRsp, sizeof gl_strSatRsp, SAT_COMMANDS[iCmd].pFormat, SAT_STX,
-                                 iSession, arguments..., SAT_ETX);
+    int iLength = -1;
+    // Arguments beyond all measure are not even formatted: their length may not fit what the formatting
+    // counts in.
+    if ((size_t{0} + ... + ArgumentRoom(arguments)) <= 2 * sizeof gl_strSatRsp) {
+        iLength = snprintf(gl_strSatRsp, sizeof gl_strSatRsp, SAT_COMMANDS[iCmd].pFormat, SAT_STX, iSession,
+                           arguments..., SAT_ETX);
+    }
     return Run(iCmd, iSession, iLength, pcData);
 }
 

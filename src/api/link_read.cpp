@@ -6,6 +6,7 @@
 #include "buffers.h"
 #include "link.h"
 #include "link_clock.h"
+#include "link_errors.h"
 #include "protocol_log.h"
 
 static constexpr int READ_ATTEMPTS = 3;
@@ -115,7 +116,7 @@ static eReadStep AcceptFrame(tReplyRead* read) {
     LogFrame(*read);
     SAT_API_RspPktParcer(gl_strRcvArea, read->iChkPos);
     lSerialWriteAck(read->phComm, 1);
-    LogSATProtocolMsg(gl_strRcvArea, 1);
+    LogSATProtocolFrame(gl_strRcvArea, static_cast<size_t>(read->iPos), 1);
     const size_t textLength = static_cast<size_t>(read->iChkPos - SHORTEST_FRAME);
     memcpy(read->pcBuf, gl_strRcvArea + 1, textLength);
     read->pcBuf[textLength] = '\0';
@@ -125,7 +126,7 @@ static eReadStep AcceptFrame(tReplyRead* read) {
 
 /** The frame is not what its checksum says, or cannot be a frame: asks for it again. */
 static eReadStep RejectFrame(tReplyRead* read) {
-    LogSATProtocolMsg(gl_strRcvArea, 1);
+    LogSATProtocolFrame(gl_strRcvArea, static_cast<size_t>(read->iPos), 1);
     API_LOG_AS(
         READ, VKO_LOG_ERR,
         "Win ER << pcWork[%03d]=[%02Xh]CKS ucCkSumCalc[%02Xh] lNext[%04d] iPos[%04d] dwBytesRead[%04ld] Sent "
@@ -189,11 +190,17 @@ static eReadStep CheckStall(tReplyRead* read) {
     return READ_ATTEMPT_LOST;
 }
 
+static tLinkReadPlace PlaceOf(const tReplyRead& read) {
+    return {read.iPos, read.iChkPos, read.lNext, read.liDifTime, read.iTimeout};
+}
+
 static eReadStep ReceiveSome(tReplyRead* read) {
     const int iEnd = read->lNext < read->iFrameLimit ? read->lNext : read->iFrameLimit;
     ReadInto(read, iEnd - read->iPos);
     if (read->dwBytesRead == 0) return CheckStall(read);
 
+    // Bytes that moved left no error behind, so this never ends the reply: on purpose.
+    if (LinkConsultReadError(LINK_NO_ERROR, PlaceOf(*read)) < 0) return READ_NO_REPLY;
     read->iPos += static_cast<int>(read->dwBytesRead);
     const eReadStep step = ScanReceived(read);
     if (step != READ_ON) return step;

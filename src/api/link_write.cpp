@@ -5,6 +5,7 @@
 #include "api_log.h"
 #include "link.h"
 #include "link_clock.h"
+#include "link_errors.h"
 #include "port.h"
 #include "protocol_log.h"
 
@@ -34,7 +35,6 @@ static int InsertChecksum(char* pPkt, int iSize) {
         SatChecksum(reinterpret_cast<const unsigned char*>(pPkt) + 1, static_cast<size_t>(iSize - 2));
     pPkt[iSize] = pPkt[iSize - 1];
     pPkt[iSize - 1] = static_cast<char>(ucCheckSum);
-    pPkt[iSize + 1] = '\0';
     return iSize + 1;
 }
 
@@ -45,6 +45,9 @@ static int WriteBlock(tOutgoing* out) {
         const uint32_t uiWritten = plat_port_write(*out->phComm, out->pFrame + out->iOffset,
                                                    static_cast<uint32_t>(out->iBlockEnd - out->iOffset));
         if (uiWritten > 0) {
+            // Bytes that moved left no error behind, so this never ends the write: on purpose.
+            const int rc = LinkConsultWriteError(LINK_NO_ERROR, out->iSize, 0, WRITE_TIMEOUT_MS);
+            if (rc < 0) return rc;
             plat_sleep_ms(WRITE_PAUSE_MS);
             start = LinkNow();
             out->iOffset += static_cast<int>(uiWritten);
@@ -64,16 +67,18 @@ static int WriteBlock(tOutgoing* out) {
 }
 
 static void LogBlock(const tOutgoing& out) {
+    // The frame need not be terminated: every text in these lines is bounded by its length.
     if (out.iBlockEnd > 1000) {
+        const int iTail = out.iBlockEnd - 900;
         API_LOG_AS(
             WRITE, VKO_LOG_WRN,
             "Win: OK:hC[%08Xh]Sent ulTxPktSz[%05d]BIG \n\t PC->SAT >>   pusTxPkt[%03d:%.900s...**BIGPKG "
-            "SLL-SAT**....%s]\n",
-            LogHandle(*out.phComm), out.iBlockEnd, out.iBlockEnd, out.pFrame,
-            out.pFrame + (out.iBlockEnd - 900));
+            "SLL-SAT**....%.*s]\n",
+            LogHandle(*out.phComm), out.iBlockEnd, out.iBlockEnd, out.pFrame, out.iSize - iTail,
+            out.pFrame + iTail);
     } else {
-        API_LOG_AS(WRITE, VKO_LOG_WRN, "Win: OK:hC[%08Xh]Sent \n\t PC->SAT >>   pusTxPkt[%03d:%s]\n",
-                   LogHandle(*out.phComm), out.iBlockEnd, out.pFrame);
+        API_LOG_AS(WRITE, VKO_LOG_WRN, "Win: OK:hC[%08Xh]Sent \n\t PC->SAT >>   pusTxPkt[%03d:%.*s]\n",
+                   LogHandle(*out.phComm), out.iBlockEnd, out.iSize, out.pFrame);
     }
 }
 
@@ -87,8 +92,8 @@ static int AwaitAck(const tOutgoing& out) {
         return -1;
     }
     API_LOG_AS(WRITE, VKO_LOG_ERR,
-               "Win: rc[%06d]ER:NAK Recvd LastError[%d] << NAK rcry[%d]FAIL \n\t >> PC->SATPkt[%05d:%s]\n",
-               NAK_RECEIVED, iLastError, NAK_RETRIES_SHOWN, out.iBlockEnd, out.pFrame);
+               "Win: rc[%06d]ER:NAK Recvd LastError[%d] << NAK rcry[%d]FAIL \n\t >> PC->SATPkt[%05d:%.*s]\n",
+               NAK_RECEIVED, iLastError, NAK_RETRIES_SHOWN, out.iBlockEnd, out.iSize, out.pFrame);
     return NAK_RECEIVED;
 }
 
@@ -108,6 +113,6 @@ int cSerialWriteBufW(char* pusTxPkt, int ulTxPktSz, plat_handle* phComm) {
         rc = AwaitAck(out);
         if (rc < 0) return rc;
     } while (out.iOffset < out.iSize);
-    LogSATProtocolMsg(out.pFrame, 0);
+    LogSATProtocolFrame(out.pFrame, static_cast<size_t>(out.iSize), 0);
     return out.iOffset;
 }

@@ -181,7 +181,8 @@ int cSerialCloseW(plat_handle* phComm) {
 
 int cDuplicateSerialW(int iPortNum, plat_handle* phComm) {
     const int rc = *phComm != gl_hComm ? cSerialOpenW(iPortNum, phComm) : -1;
-    if (rc >= 0) {
+    // A result that is not negative may still stand for a failed open.
+    if (rc >= 0 && plat_handle_valid(*phComm)) {
         API_LOG(VKO_LOG_INF, "Win: rc[%06d]OK iPortNum[%d] *phComm[%08Xh]\n", rc, iPortNum,
                 LogHandle(*phComm));
     } else {

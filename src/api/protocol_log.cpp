@@ -75,9 +75,9 @@ void CreateSAT_ProtLogFile() {
 enum eFrameShape { FRAME_INVALID, FRAME_VALID, FRAME_ZERO_CHECKSUM };
 
 /** Looks at the frame's ends. `iLength` grows by one when a zero checksum ended the text early. */
-static eFrameShape Validate(const char* pSatPkt, int* piLength) {
+static eFrameShape Validate(const char* pSatPkt, size_t size, int* piLength) {
     const int iLength = *piLength;
-    const unsigned char ucFirst = static_cast<unsigned char>(pSatPkt[0]);
+    const unsigned char ucFirst = iLength > 0 ? static_cast<unsigned char>(pSatPkt[0]) : 0;
     if (ucFirst != SAT_STX) {
         API_LOG_AS(LOG_MESSAGE, VKO_LOG_WRN,
                    "All WR:bInvalidPacket\n\t iSatPkgLen[%08d]\n\t pSatPkt[0]=[%02Xh]Expected STX\n", iLength,
@@ -91,7 +91,8 @@ static eFrameShape Validate(const char* pSatPkt, int* piLength) {
                    ucLast);
         return FRAME_VALID;
     }
-    if (pSatPkt[iLength + 1] == static_cast<char>(SAT_ETX)) {
+    const size_t behindNul = static_cast<size_t>(iLength) + 1;
+    if (behindNul < size && pSatPkt[behindNul] == static_cast<char>(SAT_ETX)) {
         *piLength = iLength + 1;
         API_LOG_AS(LOG_MESSAGE, VKO_LOG_WRN,
                    "All WR:\n\t iSatPkgLen[%08d]\n\t pSatPkt[iSatPkgLen-1]=[%02Xh]rcvd ETX CKSUM=0x00\n",
@@ -183,21 +184,32 @@ static void WriteLine(const char* pLine, size_t length) {
     plat_append_write(gl_iFd, pLine, length);
 }
 
+/** The length of the text at the start of `size` bytes. */
+static int TextLength(const char* pBytes, size_t size) {
+    const void* pEnd = memchr(pBytes, '\0', size);
+    return static_cast<int>(pEnd != nullptr ? static_cast<size_t>(static_cast<const char*>(pEnd) - pBytes)
+                                            : size);
+}
+
 void LogSATProtocolMsg(const char* pSatPkt, uint8_t direction) {
     if (pSatPkt == nullptr) {
         // The stray "L" behind the line feed belongs to the message.
         API_LOG(VKO_LOG_WRN, "All WR:pText=NUL\nL");
         return;
     }
-    int iLength = static_cast<int>(strlen(pSatPkt));
+    LogSATProtocolFrame(pSatPkt, strlen(pSatPkt) + 2, direction);
+}
+
+void LogSATProtocolFrame(const char* pSatPkt, size_t size, uint8_t direction) {
+    int iLength = TextLength(pSatPkt, size);
     // Room for the time, the labels around the packet and its framing bytes in hexadecimal.
     tLineBuilder line = {static_cast<char*>(plat_alloc(static_cast<size_t>(iLength) + 48 + 64)), 0};
     if (line.pText == nullptr) {
-        API_LOG(VKO_LOG_WRN, "All WR:calloc error iSatPkgLen[%08d]\n", iLength);
+        API_LOG_AS(LOG_MESSAGE, VKO_LOG_WRN, "All WR:calloc error iSatPkgLen[%08d]\n", iLength);
         return;
     }
     const bool bFromDevice = direction == FROM_DEVICE;
-    const eFrameShape shape = Validate(pSatPkt, &iLength);
+    const eFrameShape shape = Validate(pSatPkt, size, &iLength);
     const tLineShape& around = LINE_SHAPES[bFromDevice ? 1 : 0][shape];
     AddTime(&line);
     Add(&line, around.pFront, strlen(around.pFront));

@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 /** The open protocol log; 0 means that it is not open. */
@@ -26,6 +27,12 @@ void CreateSAT_ProtLogFile();
  * @param direction  1 device to computer, any other value computer to device
  */
 void LogSATProtocolMsg(const char* pSatPkt, uint8_t direction);
+
+/**
+ * The same for a packet whose place ends behind `size` bytes: it need not be terminated, and nothing behind
+ * them is read.
+ */
+void LogSATProtocolFrame(const char* pSatPkt, size_t size, uint8_t direction);
 
 /** Closes the log, so that the next packet opens the file of its own day, and measures it. Nothing is moved.
  */

@@ -191,8 +191,10 @@ bool plat_port_close(plat_handle port);
 // -------------------------------------------------------------------------------------------- present
 // devices
 
-/** Opens the set of the present devices of a setup class such as "Ports"; PLAT_INVALID_HANDLE when there is
- * none. */
+/**
+ * Opens the set of the present devices of a setup class such as "Ports"; PLAT_INVALID_HANDLE when there is
+ * none. The routines below take that value too: it is a set without devices, which cannot be closed.
+ */
 plat_handle plat_devices_open(const char* class_name);
 
 /** Makes the device at `index` (from 0) the current one of the set. False when there is no such device. */

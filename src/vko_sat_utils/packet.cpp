@@ -25,13 +25,16 @@ bool LengthBelowText(const char* text, int32_t length) {
 }
 
 void LogZeroChecksum(const unsigned char* frame, int32_t checksum_at) {
-    VKO_LOG(gl_pLogBaseName, SAT_UTILS_SOURCE, VKO_LOG_INF, "pSatPkt[%02d]=[%02Xh]rc-2=CHECKSUM=0x00!!!!!!\n",
-            checksum_at, static_cast<unsigned>(frame[checksum_at]));
-    VKO_LOG(gl_pLogBaseName, SAT_UTILS_SOURCE, VKO_LOG_INF, "pSatPkt[%02d]=[%02Xh]rc-1=ETX\n",
-            checksum_at + 1, static_cast<unsigned>(frame[checksum_at + 1]));
+    VKO_LOG_AS(gl_pLogBaseName, SAT_UTILS_SOURCE, "SAT_API_CreatePacket", VKO_LOG_INF,
+               "pSatPkt[%02d]=[%02Xh]rc-2=CHECKSUM=0x00!!!!!!\n", checksum_at,
+               static_cast<unsigned>(frame[checksum_at]));
+    VKO_LOG_AS(gl_pLogBaseName, SAT_UTILS_SOURCE, "SAT_API_CreatePacket", VKO_LOG_INF,
+               "pSatPkt[%02d]=[%02Xh]rc-1=ETX\n", checksum_at + 1,
+               static_cast<unsigned>(frame[checksum_at + 1]));
     // The zero checksum itself ends the text that is printed here.
-    VKO_LOG(gl_pLogBaseName, SAT_UTILS_SOURCE, VKO_LOG_INF, ">> SAT-PC pSatPkt[%04d:%s<0x00><ETX>]\n",
-            checksum_at + 2, reinterpret_cast<const char*>(frame));
+    VKO_LOG_AS(gl_pLogBaseName, SAT_UTILS_SOURCE, "SAT_API_CreatePacket", VKO_LOG_INF,
+               ">> SAT-PC pSatPkt[%04d:%s<0x00><ETX>]\n", checksum_at + 2,
+               reinterpret_cast<const char*>(frame));
 }
 
 }  // namespace
@@ -77,11 +80,11 @@ int32_t SAT_API_CreatePacket(const void* pSatMsg, int32_t iMsgLen, void* pSatPkt
     auto* frame = static_cast<unsigned char*>(pSatPkt);
     int32_t checksum_at = iMsgLen;
     if (has_stx) {
-        memcpy(frame, pSatMsg, static_cast<size_t>(iMsgLen));
+        memmove(frame, pSatMsg, static_cast<size_t>(iMsgLen));
     } else {
         // Checksum and ETX overwrite the end of the text: kept so on purpose, callers bring their STX.
+        memmove(frame + 1, pSatMsg, static_cast<size_t>(iMsgLen));
         frame[0] = SAT_STX;
-        memcpy(frame + 1, pSatMsg, static_cast<size_t>(iMsgLen));
         checksum_at = iMsgLen - 1;
     }
     frame[checksum_at] = checksum;

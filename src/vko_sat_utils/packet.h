@@ -80,7 +80,7 @@ uint8_t SAT_API_CalcCkeckSum(const void* pBuf, int32_t iBufLen);
  *
  * @param pSatMsg      the text without checksum and ETX, NUL-terminated as SAT_API_CalcCkeckSum wants it
  * @param iMsgLen      its length in bytes
- * @param pSatPkt      receives the frame; must hold iMsgLen + 2 bytes and not overlap the text
+ * @param pSatPkt      receives the frame; must hold iMsgLen + 2 bytes; may be the text itself
  * @param piSatPktLen  receives the frame's length
  * @return the frame's length; -1 for a NULL pointer or a length for which there is no frame (negative, or 0
  *         without STX), nothing is written then

@@ -68,9 +68,9 @@ TEST_F(CommandText, EachOfTheSixteenIsByteExactOnTheWireWithItsChecksum) {
 
 TEST_F(CommandText, TheSessionIsTheSignedRemainderInSixDigits) {
     const std::pair<int, std::string> cases[] = {
-        {0, "000000"},       {5, "000005"},         {-5, "-00005"},
-        {999999, "999999"},  {1000000, "000000"},   {1234567, "234567"},
-        {INT_MAX, "483647"}, {INT_MIN, "-483648"},  {-1000000, "000000"},
+        {0, "000000"},       {5, "000005"},        {-5, "-00005"},
+        {999999, "999999"},  {1000000, "000000"},  {1234567, "234567"},
+        {INT_MAX, "483647"}, {INT_MIN, "-483648"}, {-1000000, "000000"},
     };
     for (const auto& [session, digits] : cases)
         EXPECT_EQ(SentText([s = session] { return ConsultarSAT(s); }), "ConsultarSAT|" + digits) << session;

@@ -17,10 +17,11 @@ class CommandTimeout : public Api {
     }
 };
 
-// The clock moves in whole seconds: "more than 10" is reached after more than 10 and at most 11 seconds, and the
-// call itself takes some milliseconds.
-#define EXPECT_WAITS(seconds, call) \
-    EXPECT_THAT(Seconds([] { return call; }), testing::AllOf(testing::Gt(seconds), testing::Lt(seconds + 1.1)))
+// The clock moves in whole seconds: "more than 10" is reached after more than 10 and at most 11 seconds, and
+// the call itself takes some milliseconds.
+#define EXPECT_WAITS(seconds, call)           \
+    EXPECT_THAT(Seconds([] { return call; }), \
+                testing::AllOf(testing::Gt(seconds), testing::Lt(seconds + 1.1)))
 
 TEST_F(CommandTimeout, EachExportWaitsAsLongAsItsRowSays) {
     EXPECT_WAITS(1800, AtivarSAT(1, 2, "a", "b", 35));

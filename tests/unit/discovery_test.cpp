@@ -84,19 +84,20 @@ TEST_F(Discovery, LogsEachPortAndWhatItIsTakenFor) {
     Plug("COM5", "MXQ-B70");
     Plug("COM6", "Modem");
     Found();
-    EXPECT_THAT(LogOf("vListComPorts"),
-                ElementsAre("INF [vListComPorts]Win: "
-                            "SHGetFolderPath:{\"Number\":3,\"Name\":\"COM3\",\"Friendly\":\"Modem\"}\n",
-                            "WRN [vListComPorts]Win: SAT Port[]SEARCHING....\n",
-                            "INF [vListComPorts]Win: "
-                            "SHGetFolderPath:{\"Number\":4,\"Name\":\"COM4\",\"Friendly\":\"ZANTIR MXQ-B70\"}\n",
-                            "INF [vListComPorts]Win: ZANTIR pucRetorno[COM4]OK:Is a ZANTIR Port\n",
-                            "INF [vListComPorts]Win: "
-                            "SHGetFolderPath:{\"Number\":5,\"Name\":\"COM5\",\"Friendly\":\"MXQ-B70\"}\n",
-                            "INF [vListComPorts]Win: MXQ-B70 pucRetorno[COM5]OK Is a ZANTIR Port\n",
-                            "INF [vListComPorts]Win: "
-                            "SHGetFolderPath:{\"Number\":6,\"Name\":\"COM6\",\"Friendly\":\"Modem\"}\n",
-                            "WRN [vListComPorts]Win: SAT Port[COM5]SEARCHING....\n"));
+    EXPECT_THAT(
+        LogOf("vListComPorts"),
+        ElementsAre("INF [vListComPorts]Win: "
+                    "SHGetFolderPath:{\"Number\":3,\"Name\":\"COM3\",\"Friendly\":\"Modem\"}\n",
+                    "WRN [vListComPorts]Win: SAT Port[]SEARCHING....\n",
+                    "INF [vListComPorts]Win: "
+                    "SHGetFolderPath:{\"Number\":4,\"Name\":\"COM4\",\"Friendly\":\"ZANTIR MXQ-B70\"}\n",
+                    "INF [vListComPorts]Win: ZANTIR pucRetorno[COM4]OK:Is a ZANTIR Port\n",
+                    "INF [vListComPorts]Win: "
+                    "SHGetFolderPath:{\"Number\":5,\"Name\":\"COM5\",\"Friendly\":\"MXQ-B70\"}\n",
+                    "INF [vListComPorts]Win: MXQ-B70 pucRetorno[COM5]OK Is a ZANTIR Port\n",
+                    "INF [vListComPorts]Win: "
+                    "SHGetFolderPath:{\"Number\":6,\"Name\":\"COM6\",\"Friendly\":\"Modem\"}\n",
+                    "WRN [vListComPorts]Win: SAT Port[COM5]SEARCHING....\n"));
 }
 
 TEST_F(Discovery, LogsItsEnumeration) {
@@ -105,13 +106,13 @@ TEST_F(Discovery, LogsItsEnumeration) {
     sim::PresentDevice& locked = Plug("COM5", "ZANTIR");
     locked.has_key = false;
     Listed();
-    EXPECT_THAT(LogOf("GetSerialPortInfo"),
-                ElementsAre("INF [GetSerialPortInfo]Win: nDevice[0]\n",
-                            "INF [GetSerialPortInfo]Win: SetupDiGetDeviceRegistryPropertyA:cbData\n",
-                            "INF [GetSerialPortInfo]Win: nDevice[1]\n",
-                            "WRN [GetSerialPortInfo] nDevice[2]Win: SetupDiOpenDevRegKey NotFound\n",
-                            "INF [GetSerialPortInfo]Win: [br]Nor Fiybd\n",
-                            "INF [GetSerialPortInfo]Win:false ER\n"));
+    EXPECT_THAT(
+        LogOf("GetSerialPortInfo"),
+        ElementsAre("INF [GetSerialPortInfo]Win: nDevice[0]\n",
+                    "INF [GetSerialPortInfo]Win: SetupDiGetDeviceRegistryPropertyA:cbData\n",
+                    "INF [GetSerialPortInfo]Win: nDevice[1]\n",
+                    "WRN [GetSerialPortInfo] nDevice[2]Win: SetupDiOpenDevRegKey NotFound\n",
+                    "INF [GetSerialPortInfo]Win: [br]Nor Fiybd\n", "INF [GetSerialPortInfo]Win:false ER\n"));
 }
 
 TEST_F(Discovery, NamesAreListedInCapitalsWithTheirNumber) {
@@ -247,24 +248,27 @@ TEST_F(FixedPort, AnotherThanTheOneFoundReplacesIt) {
     Plug("COM3", "ZANTIR");
     Fix("COM5");
     EXPECT_EQ(Found(), "COM5");
-    EXPECT_EQ(LastLine(),
-              "WRN [vListComPorts]Win: rc[000004]ER\n\t portNameFmt[00004:COM3] << MISSMATCH SAT FOUND HERE!!\n\t "
-              "  FixedPort[00004:COM5] << CUSTOMER SET THIS VALUE TO BE USED >> SAT MAY FAIL!!!!!\n");
+    EXPECT_EQ(
+        LastLine(),
+        "WRN [vListComPorts]Win: rc[000004]ER\n\t portNameFmt[00004:COM3] << MISSMATCH SAT FOUND HERE!!\n\t "
+        "  FixedPort[00004:COM5] << CUSTOMER SET THIS VALUE TO BE USED >> SAT MAY FAIL!!!!!\n");
 }
 
 TEST_F(FixedPort, TheOneFoundStays) {
     Plug("COM3", "ZANTIR");
     Fix("COM3");
     EXPECT_EQ(Found(), "COM3");
-    EXPECT_EQ(LastLine(), "WRN [vListComPorts]Win: rc[000004]WR\n\t portNameFmt[00004:COM3] <<     MATCH\n\t   "
-                          "FixedPort[00004:COM3] << SAT MAY RESPONDS!!!\n");
+    EXPECT_EQ(LastLine(),
+              "WRN [vListComPorts]Win: rc[000004]WR\n\t portNameFmt[00004:COM3] <<     MATCH\n\t   "
+              "FixedPort[00004:COM3] << SAT MAY RESPONDS!!!\n");
 }
 
 TEST_F(FixedPort, IsNotUsedWhenNoDeviceWasFound) {
     Fix("COM5");
     EXPECT_EQ(Found(), "");
-    EXPECT_EQ(LastLine(), "WRN [vListComPorts]Win: rc[000004]ER\n\t portNameFmt[00000:] << MISSMATCH\n\t   "
-                          "FixedPort[00004:COM5] << UNKNW USE SAT PORT FOUND!!!\n");
+    EXPECT_EQ(LastLine(),
+              "WRN [vListComPorts]Win: rc[000004]ER\n\t portNameFmt[00000:] << MISSMATCH\n\t   "
+              "FixedPort[00004:COM5] << UNKNW USE SAT PORT FOUND!!!\n");
 }
 
 TEST_F(FixedPort, ShorterThanThreeCharactersIsIgnored) {

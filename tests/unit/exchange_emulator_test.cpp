@@ -48,12 +48,17 @@ TEST_F(ExchangeEmulator, OnCom1AFailedSendIsAMissingDeviceToo) {
 }
 
 /** Enabled, but without a usable port: the call returns at once and keeps the lock. */
-class ExchangeEmulatorWithoutPort : public ExchangeEmulator, public testing::WithParamInterface<const char*> {};
+class ExchangeEmulatorWithoutPort : public ExchangeEmulator,
+                                    public testing::WithParamInterface<const char*> {};
 
 TEST_P(ExchangeEmulatorWithoutPort, TheCallersCommandStaysInTheBuffer) {
     Enable(GetParam());
-    EXPECT_STREQ(ConsultarSAT(5), "\x02" "ConsultarSAT|000005\x03");
-    EXPECT_STREQ(ConsultarStatusOperacional(6, "act"), "\x02" "ConsultarStatusOperacional|000006|act\x03");
+    EXPECT_STREQ(ConsultarSAT(5),
+                 "\x02"
+                 "ConsultarSAT|000005\x03");
+    EXPECT_STREQ(ConsultarStatusOperacional(6, "act"),
+                 "\x02"
+                 "ConsultarStatusOperacional|000006|act\x03");
 }
 
 TEST_P(ExchangeEmulatorWithoutPort, TheThreadKeepsTheLock) {
@@ -93,11 +98,15 @@ INSTANTIATE_TEST_SUITE_P(Ports, ExchangeEmulatorWithoutPort,
 TEST_F(ExchangeEmulator, ReturnsTheReadersCodeForAMissingKeyAndItsOwnForAnEmptyOne) {
     Enable("");
     VersaoDllZantir();
-    strcpy(gl_strSatRsp, "\x02" "X\x03");
+    strcpy(gl_strSatRsp,
+           "\x02"
+           "X\x03");
     EXPECT_EQ(Communicate(gl_strSatRsp, 10, 1, 4, 5), INI_FILE_ERR_ITEM_NOT_FOUND);
     Load();
     Enable("SerialPortWindows=\n");
     VersaoDllZantir();
-    strcpy(gl_strSatRsp, "\x02" "X\x03");
+    strcpy(gl_strSatRsp,
+           "\x02"
+           "X\x03");
     EXPECT_EQ(Communicate(gl_strSatRsp, 10, 1, 4, 5), -1000);
 }

@@ -92,8 +92,9 @@ TEST_F(ExchangeErrors, EachRefusedSetting) {
         Load();
         sim::Line& line = AttachDevice(&device);
         World().faults.FailAlways(call);
-        EXPECT_EQ(Call(), "SAT Erro[" + code +
-                              "]Win Falha ao Configurar Porta de Comunicacao com SAT L[2087] F[Communicate] ");
+        EXPECT_EQ(Call(),
+                  "SAT Erro[" + code +
+                      "]Win Falha ao Configurar Porta de Comunicacao com SAT L[2087] F[Communicate] ");
         ExpectFailedStep("STEP-02.3[FAIL]", code);
         EXPECT_EQ(line.Record().bytes_written, 0U);
         EXPECT_EQ(line.Record().closes, 1U);

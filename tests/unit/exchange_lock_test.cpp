@@ -39,8 +39,8 @@ TEST_F(ExchangeLock, ATimeoutIsLoggedAsBusyAndReleasesTwiceWhatItDoesNotOwn) {
               "ERR [Communicate]Win:ER:Win:STEP-01.2[FAIL] dwWaitResult[258]WAIT_TIMEOUT <Erro 98*, estou "
               "ocupado.>\n");
     EXPECT_THAT(lines[2], testing::AllOf(HasSubstr("STEP-06.0"), HasSubstr("ReleaseMutex")));
-    EXPECT_THAT(lines[3], testing::AllOf(testing::StartsWith("ERR "), HasSubstr("STEP-07.0"),
-                                         HasSubstr("rc[-01002]")));
+    EXPECT_THAT(lines[3],
+                testing::AllOf(testing::StartsWith("ERR "), HasSubstr("STEP-07.0"), HasSubstr("rc[-01002]")));
 }
 
 TEST_F(ExchangeLock, ReleasedJustInTimeIsTaken) {

@@ -45,15 +45,14 @@ TEST_F(Exchange, CallsThePlatformInItsOrder) {
     World().faults.TraceOff();
     for (std::string& call : World().faults.trace)
         if (call.starts_with("AppendWrite")) call = "AppendWrite";
-    EXPECT_THAT(
-        World().faults.trace,
-        ElementsAre("AppendOpen Log\\20261120_SAT_ProtocolLog.txt", "FindOpen Log/*.txt",
-                    std::string("MutexCreate ") + kLock, "MutexWait 3000", "DevicesOpen Ports",
-                    "DevicesClose", "PortOpen \\\\?\\COM7", "PortParseMode 115200,n,8,1",
-                    "PortApply 115200,n,8,1", "PortSetQueues 16384 16384", "PortRaise DTR", "PortRaise RTS",
-                    "PortSetTimeouts 10 1 1 1 1000", "PortFlush", "PortWrite 22: 02", "SleepMs 1", "PortRead 1",
-                    "AppendWrite", "PortRead 1", "PortRead 16383", "PortWrite 1: 06", "AppendWrite",
-                    "PortClose", "SleepMs 2", "MutexRelease"));
+    EXPECT_THAT(World().faults.trace,
+                ElementsAre("AppendOpen Log\\20261120_SAT_ProtocolLog.txt", "FindOpen Log/*.txt",
+                            std::string("MutexCreate ") + kLock, "MutexWait 3000", "DevicesOpen Ports",
+                            "DevicesClose", "PortOpen \\\\?\\COM7", "PortParseMode 115200,n,8,1",
+                            "PortApply 115200,n,8,1", "PortSetQueues 16384 16384", "PortRaise DTR",
+                            "PortRaise RTS", "PortSetTimeouts 10 1 1 1 1000", "PortFlush", "PortWrite 22: 02",
+                            "SleepMs 1", "PortRead 1", "AppendWrite", "PortRead 1", "PortRead 16383",
+                            "PortWrite 1: 06", "AppendWrite", "PortClose", "SleepMs 2", "MutexRelease"));
 }
 
 TEST_F(Exchange, LogsItsStepsInOrderAndThereIsNoStepFive) {
@@ -92,15 +91,18 @@ TEST_F(Exchange, TheLastLineOfASuccessShowsTheResultAndTheBufferSize) {
     AttachDevice(&device);
     ConsultarSAT(5);
     const std::string last = LogOf("Communicate").back();
-    EXPECT_THAT(last, testing::AllOf(testing::StartsWith("INF "), testing::HasSubstr("rc[000004]"),
-                                     testing::HasSubstr("10485760"), testing::Not(testing::HasSubstr("LibVersion"))));
+    EXPECT_THAT(
+        last, testing::AllOf(testing::StartsWith("INF "), testing::HasSubstr("rc[000004]"),
+                             testing::HasSubstr("10485760"), testing::Not(testing::HasSubstr("LibVersion"))));
 }
 
 TEST_F(Exchange, ReturnsTheReadersResult) {
     VersaoDllZantir();
     sim::HonestDevice device = DeviceThatSays("AB");
     AttachDevice(&device);
-    strcpy(gl_strSatRsp, "\x02" "ConsultarSAT|000001\x03");
+    strcpy(gl_strSatRsp,
+           "\x02"
+           "ConsultarSAT|000001\x03");
     // The index of ETX in STX, A, B, checksum, ETX.
     EXPECT_EQ(Communicate(gl_strSatRsp, 10, 1, 4, 5), 4);
     EXPECT_STREQ(gl_strSatRsp, "AB");
@@ -155,7 +157,9 @@ class ExchangeWithOpenPort : public Exchange {
         ClearLog();
         OpenPort(&device);
         gl_hComm = hPort;
-        strcpy(gl_strSatRsp, "\x02" "ConsultarSAT|000001\x03");
+        strcpy(gl_strSatRsp,
+               "\x02"
+               "ConsultarSAT|000001\x03");
     }
     sim::HonestDevice device = DeviceThatSays("ok");
 };
@@ -167,9 +171,9 @@ TEST_F(ExchangeWithOpenPort, UsesThePortWithoutFindingOpeningOrConfiguringOne) {
     EXPECT_EQ(World().faults.Count(sim::Call::DevicesOpen), 0U);
     EXPECT_EQ(World().faults.Count(sim::Call::PortOpen), 1U);
     EXPECT_EQ(World().faults.Count(sim::Call::PortApply), configured);
-    EXPECT_THAT(LogOf("Communicate"), testing::Contains(testing::AllOf(testing::StartsWith("WRN "),
-                                                                       testing::HasSubstr("STEP-02.0"),
-                                                                       testing::HasSubstr("Already Openned"))));
+    EXPECT_THAT(LogOf("Communicate"),
+                testing::Contains(testing::AllOf(testing::StartsWith("WRN "), testing::HasSubstr("STEP-02.0"),
+                                                 testing::HasSubstr("Already Openned"))));
 }
 
 TEST_F(ExchangeWithOpenPort, ClosesThatPortAtItsEnd) {
@@ -188,5 +192,6 @@ TEST_F(ExchangeWithOpenPort, ClosesItEvenWhenTheLockWasNotObtained) {
 TEST_F(ExchangeWithOpenPort, AFailedSendNamesNoPortAndIsNoMissingDevice) {
     device.faults.silent = true;
     EXPECT_EQ(Communicate(gl_strSatRsp, 10, 1, 4, 5), -1);
-    EXPECT_STREQ(gl_strSatRsp, "SAT Erro[-00001]Win Falha ao enviar Comando ao SAT[] L[2114] F[Communicate] ");
+    EXPECT_STREQ(gl_strSatRsp,
+                 "SAT Erro[-00001]Win Falha ao enviar Comando ao SAT[] L[2114] F[Communicate] ");
 }

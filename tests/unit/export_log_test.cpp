@@ -43,22 +43,23 @@ TEST_F(ExportLog, TheLastFiscalSessionIsLoggedBothWays) {
     AttachDevice(&device);
     ConsultarUltimaSessaoFiscal(16, "act");
     // The result is the ETX index of a frame with 15 bytes of text.
-    EXPECT_THAT(
-        LogOf("ConsultarUltimaSessaoFiscal"),
-        ElementsAre("INF [ConsultarUltimaSessaoFiscal] rc[000000]WR\n\t >> "
-                    "SAT_Cmd[00040:\x02" "ConsultarUltimaSessaoFiscal|000016|act\x03]\n",
-                    "INF [ConsultarUltimaSessaoFiscal] rc[000017]OK\n\tSAT->PC <<    "
-                    "SAT_Rsp[00015:000016|19000|ok]\n"));
+    EXPECT_THAT(LogOf("ConsultarUltimaSessaoFiscal"),
+                ElementsAre("INF [ConsultarUltimaSessaoFiscal] rc[000000]WR\n\t >> "
+                            "SAT_Cmd[00040:\x02"
+                            "ConsultarUltimaSessaoFiscal|000016|act\x03]\n",
+                            "INF [ConsultarUltimaSessaoFiscal] rc[000017]OK\n\tSAT->PC <<    "
+                            "SAT_Rsp[00015:000016|19000|ok]\n"));
 }
 
 TEST_F(ExportLog, ItsFailureIsLoggedAsTheOtherDirectionAndNotAsUsual) {
     ConsultarUltimaSessaoFiscal(16, "act");
-    EXPECT_THAT(
-        LogOf("ConsultarUltimaSessaoFiscal"),
-        ElementsAre("INF [ConsultarUltimaSessaoFiscal] rc[000000]WR\n\t >> "
-                    "SAT_Cmd[00040:\x02" "ConsultarUltimaSessaoFiscal|000016|act\x03]\n",
-                    std::string("ERR [ConsultarUltimaSessaoFiscal] rc[-01000]ER\n\tSAT->PC <<    "
-                                "SAT_Rsp[00065:") + kNotFound + "]\n"));
+    EXPECT_THAT(LogOf("ConsultarUltimaSessaoFiscal"),
+                ElementsAre("INF [ConsultarUltimaSessaoFiscal] rc[000000]WR\n\t >> "
+                            "SAT_Cmd[00040:\x02"
+                            "ConsultarUltimaSessaoFiscal|000016|act\x03]\n",
+                            std::string("ERR [ConsultarUltimaSessaoFiscal] rc[-01000]ER\n\tSAT->PC <<    "
+                                        "SAT_Rsp[00065:") +
+                                kNotFound + "]\n"));
 }
 
 TEST_F(ExportLog, ItsCommandIsLoggedBeforeTheExchangeAndItsReplyBehindIt) {

@@ -38,11 +38,11 @@ TEST_F(LinkAck, TheByteThatItsTextCallsNakIsNone) {
 TEST_F(LinkAck, OtherBytesAreLoggedAndSkipped) {
     line->Send(std::string("\x02\xFF\x00\x06", 4));
     EXPECT_EQ(cSerialReadAck(&hPort), 1);
-    EXPECT_THAT(
-        Log(), ElementsAre("WRN [cSerialReadAck]Win:WR SAT->PC  <<       Rcvd[02h]??? Expected ACK or NAK\n",
-                           "WRN [cSerialReadAck]Win:WR SAT->PC  <<       Rcvd[FFh]??? Expected ACK or NAK\n",
-                           "WRN [cSerialReadAck]Win:WR SAT->PC  <<       Rcvd[00h]??? Expected ACK or NAK\n",
-                           kAckLine));
+    EXPECT_THAT(Log(),
+                ElementsAre("WRN [cSerialReadAck]Win:WR SAT->PC  <<       Rcvd[02h]??? Expected ACK or NAK\n",
+                            "WRN [cSerialReadAck]Win:WR SAT->PC  <<       Rcvd[FFh]??? Expected ACK or NAK\n",
+                            "WRN [cSerialReadAck]Win:WR SAT->PC  <<       Rcvd[00h]??? Expected ACK or NAK\n",
+                            kAckLine));
 }
 
 TEST_F(LinkAck, OneByteIsTakenAtATime) {
@@ -60,7 +60,8 @@ TEST_F(LinkAck, NothingIsMinusOneWithoutAnySleep) {
 }
 
 TEST_F(LinkAck, OtherBytesDoNotRestartTheTimeout) {
-    for (int i = 1; i <= 50; ++i) line->SendAfter(i * 100'000, "?");
+    for (int i = 1; i <= 50; ++i)
+        line->SendAfter(i * 100'000, "?");
     const int64_t start = NowMs();
     EXPECT_EQ(cSerialReadAck(&hPort), -1);
     EXPECT_LE(NowMs() - start, 3003);

@@ -29,7 +29,8 @@ TEST_F(LinkClock, IgnoresItsFirstArgument) {
 }
 
 TEST_F(LinkClock, AsksForTheFrequencyOnce) {
-    for (int i = 0; i < 5; ++i) Read();
+    for (int i = 0; i < 5; ++i)
+        Read();
     EXPECT_EQ(World().faults.Count(sim::Call::CounterFrequency), 1U);
     EXPECT_EQ(World().faults.Count(sim::Call::SystemTime), 0U);
 }
@@ -135,7 +136,9 @@ TEST_P(LinkWait, ABlockThatIsNotTakenMayTakeAsLong) {
     OpenPort(nullptr).AcceptAtMost(0);
     BeginAtOffset();
     const int64_t start = NowMs();
-    char frame[16] = "\x02" "AB\x03";
+    char frame[16] =
+        "\x02"
+        "AB\x03";
     EXPECT_EQ(cSerialWriteBufW(frame, 4, &hPort), -1007);
     // Each refused write takes its own time-out of a second and 5 ms.
     ExpectWaited(3, start, 1006);

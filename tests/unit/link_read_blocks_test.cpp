@@ -13,7 +13,9 @@ class LinkReadBlocks : public Api {
         line = &OpenPort(&script);
     }
     int Read() { return cSerialReadBufW(gl_strSatRsp, GL_DEF_MAX_SAT_PKT_SIZE, &hPort, 10); }
-    static std::string TextFor(int frame_size) { return std::string(static_cast<size_t>(frame_size - 3), 'x'); }
+    static std::string TextFor(int frame_size) {
+        return std::string(static_cast<size_t>(frame_size - 3), 'x');
+    }
 
     /** ACK so often. */
     static std::string Acks(int count) { return std::string(static_cast<size_t>(count), sim::kAck); }
@@ -48,10 +50,11 @@ TEST_F(LinkReadBlocks, AFullBlockWithoutEtxIsAcknowledgedAndLogged) {
     EXPECT_EQ(Read(), 19999);
     EXPECT_THAT(World().faults.trace, ElementsAre("PortRead 1", "PortRead 16383", "PortWrite 1: 06",
                                                   "PortRead 16384", "PortWrite 1: 06"));
-    EXPECT_EQ(LogOf("cSerialReadBufW")[0],
-              "WRN [cSerialReadBufW]Win: DLL->SAT Sent ACK\n\t     iChkPos[016384]\n\t        "
-              "iPos[016384]\n\t       lNext[032768]\n\t(lNext-iPos)[016384]Diff To Read 16KBytes Packet!!!\n\t  "
-              "iTimeout[100]ms\n");
+    EXPECT_EQ(
+        LogOf("cSerialReadBufW")[0],
+        "WRN [cSerialReadBufW]Win: DLL->SAT Sent ACK\n\t     iChkPos[016384]\n\t        "
+        "iPos[016384]\n\t       lNext[032768]\n\t(lNext-iPos)[016384]Diff To Read 16KBytes Packet!!!\n\t  "
+        "iTimeout[100]ms\n");
 }
 
 TEST_F(LinkReadBlocks, AReadNeverGoesPastTheBlocksEnd) {
@@ -84,7 +87,9 @@ TEST_F(LinkReadBlocks, NothingOfAnEarlierReplyRemainsInTheBuffers) {
 
 TEST_F(LinkReadBlocks, TheAreaIsClearedForEveryAttempt) {
     script.ExpectNak().SendRaw(sim::MakeFrame("AB"));
-    line->Send("\x02" "a longer text with a wrong checksum\x01\x03");
+    line->Send(
+        "\x02"
+        "a longer text with a wrong checksum\x01\x03");
     ASSERT_EQ(Read(), 4);
     EXPECT_EQ(FirstNonZero(gl_strRcvArea, 5, BUFFER_SIZE), size_t{BUFFER_SIZE});
 }
@@ -121,4 +126,16 @@ TEST_F(LinkReadBlocks, AReplyThatIsTooLongIsRefusedThreeTimes) {
     EXPECT_EQ(device.naks, 3U);
     EXPECT_EQ(device.acks, 3U * 639);
     EXPECT_EQ(FirstNonZero(gl_strSatRsp, 0, GL_DEF_MAX_SAT_PKT_SIZE), size_t{GL_DEF_MAX_SAT_PKT_SIZE});
+}
+
+TEST_F(LinkReadBlocks, AnAreaFullOfTextIsReadNoFurtherThanItsEnd) {
+    // Neither ETX nor NUL anywhere, so nothing but the area's size ends the packet that the protocol log
+    // shows.
+    LogAtMode('1');
+    line->Send(std::string(1, sim::kStx) + std::string(kLongestFrame, 'x'));
+    EXPECT_EQ(Read(), -1);
+    const std::string protocol = ProtocolLog();
+    const std::string end = "]InvalidSatPkg\n";
+    ASSERT_GT(protocol.size(), static_cast<size_t>(kLongestFrame));
+    EXPECT_EQ(protocol.substr(protocol.find('\n') + 1 - end.size(), end.size()), end);
 }

@@ -13,9 +13,7 @@ class LinkReadFaults : public Api {
         line = &OpenPort(&script);
         ClearLog();
     }
-    int Read(int seconds = 10) {
-        return cSerialReadBufW(reply, sizeof reply, &hPort, seconds);
-    }
+    int Read(int seconds = 10) { return cSerialReadBufW(reply, sizeof reply, &hPort, seconds); }
     /** The clock's seconds begin now, plus so many milliseconds. */
     static void BeginSecond(int offset_ms = 0) {
         gl_tLinkClock = {};
@@ -23,8 +21,12 @@ class LinkReadFaults : public Api {
         World().clock.Advance(offset_ms);
     }
 
-    static constexpr const char* kBad = "\x02" "AB\x84\x03";
-    static constexpr const char* kGood = "\x02" "AB\x83\x03";
+    static constexpr const char* kBad =
+        "\x02"
+        "AB\x84\x03";
+    static constexpr const char* kGood =
+        "\x02"
+        "AB\x83\x03";
 
     char reply[256] = {};
     sim::ScriptedDevice script;
@@ -67,9 +69,10 @@ TEST_F(LinkReadFaults, ThreeBadFramesAreThreeNaksAndTheEnd) {
     EXPECT_EQ(Read(), -1);
     EXPECT_EQ(Shown(script.received), "<15><15><15>");
     EXPECT_EQ(reply[0], '\0');
-    EXPECT_EQ(Log().back(),
-              "INF [cSerialReadBufW]Win ER iChkPos[0004] iPos[0005] lNext[16384] liDifTime:iTimeout[0:100]FAIL "
-              "TOO MANY ERRORS!!!\n");
+    EXPECT_EQ(
+        Log().back(),
+        "INF [cSerialReadBufW]Win ER iChkPos[0004] iPos[0005] lNext[16384] liDifTime:iTimeout[0:100]FAIL "
+        "TOO MANY ERRORS!!!\n");
 }
 
 TEST_F(LinkReadFaults, TheSecondResendMayStillBeGood) {
@@ -87,7 +90,9 @@ TEST_F(LinkReadFaults, EtxAsSecondByteIsNoFrame) {
 }
 
 TEST_F(LinkReadFaults, AFirstByteOfEtxTakesThePlaceOfStx) {
-    line->Send("\x03" "AB\x83\x03");
+    line->Send(
+        "\x03"
+        "AB\x83\x03");
     EXPECT_EQ(Read(), 4);
     EXPECT_STREQ(reply, "AB");
 }
@@ -102,20 +107,34 @@ TEST_F(LinkReadFaults, NoReplyIsMinusOneWithoutNak) {
 
 TEST_F(LinkReadFaults, AStallIsRefusedAndTheFrameExpectedFromItsStart) {
     script.ExpectNak().SendRaw(kGood).ExpectAck();
-    line->Send("\x02" "A");
+    line->Send(
+        "\x02"
+        "A");
     EXPECT_EQ(Read(), 4);
     EXPECT_STREQ(reply, "AB");
     EXPECT_EQ(Shown(script.received), "<15><06>");
     std::vector<std::string> lines = LogOf("cSerialReadBufW");
     ASSERT_GE(lines.size(), 2U);
-    EXPECT_THAT(lines[0], testing::MatchesRegex("WRN \\[cSerialReadBufW\\]Win: ER iChkPos\\[0002\\] "
-                                                "iPos\\[0002\\] lNext\\[16384\\] "
-                                                "liDifTime:iTimeout\\[[0-9]+000:100\\]TIMEOUT!! >> Send NAK\n"));
+    EXPECT_THAT(lines[0],
+                testing::MatchesRegex("WRN \\[cSerialReadBufW\\]Win: ER iChkPos\\[0002\\] "
+                                      "iPos\\[0002\\] lNext\\[16384\\] "
+                                      "liDifTime:iTimeout\\[[0-9]+000:100\\]TIMEOUT!! >> Send NAK\n"));
 }
 
 TEST_F(LinkReadFaults, ThreeStallsAreThreeNaksAndTheEnd) {
-    script.ExpectNak().SendRaw("\x02" "A").ExpectNak().SendRaw("\x02" "A").ExpectNak().SendRaw(kGood);
-    line->Send("\x02" "A");
+    script.ExpectNak()
+        .SendRaw(
+            "\x02"
+            "A")
+        .ExpectNak()
+        .SendRaw(
+            "\x02"
+            "A")
+        .ExpectNak()
+        .SendRaw(kGood);
+    line->Send(
+        "\x02"
+        "A");
     EXPECT_EQ(Read(), -1);
     EXPECT_EQ(Shown(script.received), "<15><15><15>");
     EXPECT_THAT(Log().back(), HasSubstr("INF [cSerialReadBufW]Win ER iChkPos[0002] iPos[0002] lNext[16384] "
@@ -124,7 +143,14 @@ TEST_F(LinkReadFaults, ThreeStallsAreThreeNaksAndTheEnd) {
 }
 
 TEST_F(LinkReadFaults, StallsAndBadChecksumsShareTheThreeAttempts) {
-    script.ExpectNak().SendRaw("\x02" "A").ExpectNak().SendRaw(kBad).ExpectNak().SendRaw(kGood);
+    script.ExpectNak()
+        .SendRaw(
+            "\x02"
+            "A")
+        .ExpectNak()
+        .SendRaw(kBad)
+        .ExpectNak()
+        .SendRaw(kGood);
     line->Send(kBad);
     EXPECT_EQ(Read(), -1);
     EXPECT_EQ(Shown(script.received), "<15><15><15>");
@@ -161,15 +187,18 @@ TEST_F(LinkReadFaults, AfterABadChecksumTheResentFrameMustComeWithinTheClocksSec
     // At once: neither further attempts nor another NAK.
     EXPECT_EQ(Shown(late.received), "<15>");
     EXPECT_LE(NowMs() - start, 810);
-    EXPECT_EQ(Log().back(), "ERR [cSerialReadBufW] ER << pcWork[000]=[00h]xxx ucCkSumCalc[00h]  lNext[16384] "
-                            "iPos[0000] dwBytesRead[0000]\n\t liDifTime[1000] > iTimeout[100] TIMEOUT!!!!\n");
+    EXPECT_EQ(Log().back(),
+              "ERR [cSerialReadBufW] ER << pcWork[000]=[00h]xxx ucCkSumCalc[00h]  lNext[16384] "
+              "iPos[0000] dwBytesRead[0000]\n\t liDifTime[1000] > iTimeout[100] TIMEOUT!!!!\n");
 }
 
 TEST_F(LinkReadFaults, AfterAStallTheResentFrameMayTakeUntilTheThirdSecond) {
     // The stall is noticed at the first second's boundary or up to 258 ms behind it.
     BeginSecond();
     script.ExpectNak().SendRaw(kGood, 2'600'000).ExpectAck();
-    line->Send("\x02" "A");
+    line->Send(
+        "\x02"
+        "A");
     EXPECT_EQ(Read(10), 4);
 
     Load();
@@ -178,7 +207,9 @@ TEST_F(LinkReadFaults, AfterAStallTheResentFrameMayTakeUntilTheThirdSecond) {
     sim::ScriptedDevice late;
     late.ExpectNak().SendRaw(kGood, 3'100'000);
     line->Attach(&late);
-    line->Send("\x02" "A");
+    line->Send(
+        "\x02"
+        "A");
     EXPECT_EQ(Read(10), -1);
     EXPECT_EQ(Shown(late.received), "<15>");
     EXPECT_THAT(Log().back(), HasSubstr("liDifTime[3000] > iTimeout[2000] TIMEOUT!!!!\n"));
@@ -186,8 +217,17 @@ TEST_F(LinkReadFaults, AfterAStallTheResentFrameMayTakeUntilTheThirdSecond) {
 
 TEST_F(LinkReadFaults, ALateAttemptThatBeginsHasHundredMillisecondsForItsBodyAgain) {
     BeginSecond();
-    script.ExpectNak().SendRaw("\x02" "A", 1'000'000).ExpectNak().SendRaw(kGood).ExpectAck();
-    line->Send("\x02" "A");
+    script.ExpectNak()
+        .SendRaw(
+            "\x02"
+            "A",
+            1'000'000)
+        .ExpectNak()
+        .SendRaw(kGood)
+        .ExpectAck();
+    line->Send(
+        "\x02"
+        "A");
     EXPECT_EQ(Read(10), 4);
     size_t stalls = 0;
     for (const std::string& entry : LogOf("cSerialReadBufW"))
@@ -206,7 +246,9 @@ TEST_F(LinkReadFaults, EachByteOfTheBodyRestartsItsTimeout) {
 }
 
 TEST_F(LinkReadFaults, AnUnpluggedPortIsAStallThenSilence) {
-    line->Send("\x02" "A");
+    line->Send(
+        "\x02"
+        "A");
     World().clock.After(50'000, [] { World().ports.Unplug("\\\\?\\COM7"); });
     EXPECT_EQ(Read(10), -1);
     EXPECT_LT(NowMs(), 15000);

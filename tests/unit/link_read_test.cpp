@@ -26,14 +26,18 @@ class LinkRead : public Api {
 };
 
 TEST_F(LinkRead, HandsTheTextOverAndReturnsTheIndexOfEtx) {
-    line->Send("\x02" "AB\x83\x03");
+    line->Send(
+        "\x02"
+        "AB\x83\x03");
     EXPECT_EQ(Read(), 4);
     EXPECT_EQ(Text(), "AB");
     EXPECT_EQ(Shown(script.received), "<06>");
 }
 
 TEST_F(LinkRead, TheWholeBufferIsClearedFirst) {
-    line->Send("\x02" "AB\x83\x03");
+    line->Send(
+        "\x02"
+        "AB\x83\x03");
     Read();
     EXPECT_EQ(FirstNonZero(reply.data(), 2, reply.size()), reply.size());
     EXPECT_EQ(Read(0), -1);
@@ -56,14 +60,16 @@ TEST_F(LinkRead, LogsTheFrameThenItsFieldsThenTheAcknowledgementThenTheProtocol)
     EXPECT_THAT(LogOf("cSerialReadBufW"),
                 ElementsAre("WRN [cSerialReadBufW]Win:OK: liDifTime[0] iTimeout[100]  hC[" + Port() +
                             "h]Rcvd ucCkSumCalc[42h] iChkPos[00007]\n\tSAT->DLL <<  "
-                            "TmpSatPkt[00007:\x02" "AB|C\x42\x03]\n"));
+                            "TmpSatPkt[00007:\x02"
+                            "AB|C\x42\x03]\n"));
     EXPECT_THAT(ProtocolLog(), HasSubstr(" SAT->PC << [<02>AB|C<42><03>]OK:b\n"));
 }
 
 TEST_F(LinkRead, AFrameOfMoreThanAThousandBytesIsLoggedAbridged) {
     StartLog();
     std::string text;
-    while (text.size() < 998) text += std::to_string(text.size()) + ";";
+    while (text.size() < 998)
+        text += std::to_string(text.size()) + ";";
     text.resize(998);
     const std::string frame = sim::MakeFrame(text);
     line->Send(frame);
@@ -97,7 +103,9 @@ TEST_F(LinkRead, ThereIsNoHuntForStx) {
 TEST_F(LinkRead, AByteTooManyInFrontSpoilsTheFrame) {
     // STX behind it is then text, so the checksum does not match.
     script.ExpectNak();
-    line->Send("?\x02" "AB\x83\x03");
+    line->Send(
+        "?\x02"
+        "AB\x83\x03");
     EXPECT_EQ(Read(), -1);
     EXPECT_EQ(Shown(script.received), "<15>");
 }
@@ -121,7 +129,10 @@ TEST_F(LinkRead, AnEmptyTextIsAFrame) {
 }
 
 TEST_F(LinkRead, BytesBehindEtxInTheSameReadAreIgnored) {
-    line->Send("\x02" "AB\x83\x03" "CD\x87\x03");
+    line->Send(
+        "\x02"
+        "AB\x83\x03"
+        "CD\x87\x03");
     EXPECT_EQ(Read(), 4);
     EXPECT_EQ(Text(), "AB");
     EXPECT_EQ(Shown(script.received), "<06>");
@@ -150,14 +161,18 @@ TEST_F(LinkRead, TheBodyIsReadToTheBlocksEndInOneCall) {
 }
 
 TEST_F(LinkRead, AnAcknowledgementThatCannotBeSentIsIgnored) {
-    line->Send("\x02" "AB\x83\x03");
+    line->Send(
+        "\x02"
+        "AB\x83\x03");
     line->AcceptAtMost(0);
     EXPECT_EQ(Read(), 4);
     EXPECT_EQ(Text(), "AB");
 }
 
 TEST_F(LinkRead, ReadErrorsAreOnlyBytelessReads) {
-    line->Send("\x02" "AB\x83\x03");
+    line->Send(
+        "\x02"
+        "AB\x83\x03");
     World().faults.FailNth(sim::Call::PortRead, 1, 50);
     World().faults.FailNth(sim::Call::PortRead, 52, 5);
     EXPECT_EQ(Read(), 4);
@@ -189,9 +204,13 @@ TEST_F(LinkRead, BadArgumentsAreRefused) {
 
 TEST_F(LinkRead, TimeoutsBeyondThirtyTwoBitsOfMillisecondsAreTheLongestThatFit) {
     // 2147484 s are more milliseconds than fit; multiplied without care they would be over at once.
-    line->SendAfter(3000LL * 1000 * 1000, "\x02" "AB\x83\x03");
+    line->SendAfter(3000LL * 1000 * 1000,
+                    "\x02"
+                    "AB\x83\x03");
     EXPECT_EQ(Read(2147484), 4);
-    line->SendAfter(3000LL * 1000 * 1000, "\x02" "AB\x83\x03");
+    line->SendAfter(3000LL * 1000 * 1000,
+                    "\x02"
+                    "AB\x83\x03");
     EXPECT_EQ(Read(INT32_MAX), 4);
 }
 

@@ -73,7 +73,8 @@ TEST_F(LinkWrite, LogsTheBlockThenItsFieldsThenTheAcknowledgement) {
     EXPECT_THAT(functions, ElementsAre("cSerialWriteBufW", "SAT_API_CmdPktParcer", "cSerialReadAck",
                                        "LogSATProtocolMsg"));
     EXPECT_EQ(LogOf("cSerialWriteBufW")[0], "WRN [cSerialWriteBufW]Win: OK:hC[" + Port() +
-                                                "h]Sent \n\t PC->SAT >>   pusTxPkt[007:\x02" "AB|C\x42\x03]\n");
+                                                "h]Sent \n\t PC->SAT >>   pusTxPkt[007:\x02"
+                                                "AB|C\x42\x03]\n");
 }
 
 TEST_F(LinkWrite, ThePacketIsProtocolledOnceAfterItWasAcknowledgedWhole) {
@@ -99,7 +100,8 @@ TEST_F(LinkWrite, ARefusedPacketIsNotProtocolled) {
 TEST_F(LinkWrite, BlocksOfMoreThanAThousandBytesAreLoggedAbridged) {
     StartLog();
     std::string text;
-    while (text.size() < 998) text += std::to_string(text.size()) + ";";
+    while (text.size() < 998)
+        text += std::to_string(text.size()) + ";";
     text.resize(998);
     script.ExpectFrame().Ack().ExpectFrame().Ack();
     ASSERT_EQ(Write(text), 1001);
@@ -113,8 +115,8 @@ TEST_F(LinkWrite, BlocksOfMoreThanAThousandBytesAreLoggedAbridged) {
     text.pop_back();
     ASSERT_EQ(Write(text), 1000);
     EXPECT_EQ(Shown(LogOf("cSerialWriteBufW")[0]),
-              Shown("WRN [cSerialWriteBufW]Win: OK:hC[" + Port() + "h]Sent \n\t PC->SAT >>   pusTxPkt[1000:" +
-                    script.received.substr(1001) + "]\n"));
+              Shown("WRN [cSerialWriteBufW]Win: OK:hC[" + Port() +
+                    "h]Sent \n\t PC->SAT >>   pusTxPkt[1000:" + script.received.substr(1001) + "]\n"));
 }
 
 TEST_F(LinkWrite, TheFirstBlockOfALongFrameIsShownWithEverythingBehindIt) {
@@ -138,8 +140,10 @@ TEST_F(LinkWrite, NakIsReportedAtOnceAndNothingIsSentAgain) {
     World().last_error = 0;
     EXPECT_EQ(Write("AB"), -1005);
     EXPECT_EQ(script.received.size(), 5U);
-    EXPECT_THAT(Log().back(), HasSubstr("ERR [cSerialWriteBufW]Win: rc[-01005]ER:NAK Recvd LastError[0] << NAK "
-                                        "rcry[3]FAIL \n\t >> PC->SATPkt[00005:\x02" "AB\x83\x03]\n"));
+    EXPECT_THAT(Log().back(),
+                HasSubstr("ERR [cSerialWriteBufW]Win: rc[-01005]ER:NAK Recvd LastError[0] << NAK "
+                          "rcry[3]FAIL \n\t >> PC->SATPkt[00005:\x02"
+                          "AB\x83\x03]\n"));
     EXPECT_LT(NowMs(), 10);
 }
 
@@ -163,20 +167,28 @@ TEST_F(LinkWrite, JunkInFrontOfTheAcknowledgementIsSkipped) {
 }
 
 TEST_F(LinkWrite, APortThatTakesAFewBytesAtATimeIsFedWithAMillisecondBetween) {
-    script.ExpectBytes("\x02" "ABCDEFGH\x24\x03").Ack();
+    script
+        .ExpectBytes(
+            "\x02"
+            "ABCDEFGH\x24\x03")
+        .Ack();
     line->AcceptAtMost(4);
     const uint64_t sleeps = World().clock.Sleeps();
     World().faults.TraceOn({sim::Call::PortWrite, sim::Call::SleepMs});
     EXPECT_EQ(Write("ABCDEFGH"), 11);
-    EXPECT_THAT(World().faults.trace, ElementsAre("PortWrite 11: 02", "SleepMs 1", "PortWrite 7: 44", "SleepMs 1",
-                                                  "PortWrite 3: 48", "SleepMs 1"));
+    EXPECT_THAT(World().faults.trace, ElementsAre("PortWrite 11: 02", "SleepMs 1", "PortWrite 7: 44",
+                                                  "SleepMs 1", "PortWrite 3: 48", "SleepMs 1"));
     EXPECT_EQ(World().clock.Sleeps(), sleeps + 3);
     EXPECT_THAT(script.errors, ElementsAre());
 }
 
 TEST_F(LinkWrite, EachByteThatIsTakenRestartsTheWriteTimeout) {
     // A write that is not taken whole costs more than a second, so this takes far longer than the limit.
-    script.ExpectBytes("\x02" "ABCDEFGH\x24\x03").Ack();
+    script
+        .ExpectBytes(
+            "\x02"
+            "ABCDEFGH\x24\x03")
+        .Ack();
     line->AcceptAtMost(1);
     EXPECT_EQ(Write("ABCDEFGH"), 11);
     EXPECT_GT(NowMs(), 10000);
@@ -186,9 +198,10 @@ TEST_F(LinkWrite, APortThatTakesNothingIsATimeoutOfItsOwn) {
     StartLog();
     line->StopAcceptingAfter(2);
     EXPECT_EQ(Write("AB"), -1007);
-    EXPECT_EQ(Log().back(), "ERR [cSerialWriteBufW]Win: WriteFile "
-                            "rc[-01007]ER:SAT_API_ERR_WIN_DEV_COMM_WR_TIMEOUT \n\t*phComm[" + Port() +
-                                "h] >> ulTxPktSz[5] ulOffset[2] ulBytesExpected[5]Timeout\n");
+    EXPECT_EQ(Log().back(),
+              "ERR [cSerialWriteBufW]Win: WriteFile "
+              "rc[-01007]ER:SAT_API_ERR_WIN_DEV_COMM_WR_TIMEOUT \n\t*phComm[" +
+                  Port() + "h] >> ulTxPktSz[5] ulOffset[2] ulBytesExpected[5]Timeout\n");
 }
 
 TEST_F(LinkWrite, WritesThatTakeNothingAreTriedAgainEveryMillisecond) {
@@ -235,7 +248,8 @@ TEST_P(LinkWriteBlocks, EachBlockIsAcknowledgedBeforeTheNextIsSent) {
 }
 
 TEST_P(LinkWriteBlocks, WithoutTheLastAcknowledgementItIsNotSent) {
-    for (int block = 0; block + 1 < Blocks(); ++block) script.ExpectFrame().Ack();
+    for (int block = 0; block + 1 < Blocks(); ++block)
+        script.ExpectFrame().Ack();
     EXPECT_EQ(Write(Text()), -1);
     EXPECT_EQ(script.received.size(), static_cast<size_t>(FrameSize()));
 }
@@ -246,10 +260,32 @@ TEST_F(LinkWrite, NakAtABlockEndsTheFrameThere) {
     for (const int refused : {0, 1, 2}) {
         SCOPED_TRACE(refused);
         sim::ScriptedDevice device;
-        for (int block = 0; block < refused; ++block) device.ExpectFrame().Ack();
+        for (int block = 0; block < refused; ++block)
+            device.ExpectFrame().Ack();
         device.ExpectFrame().Nak();
         line->Attach(&device);
         EXPECT_EQ(Write(std::string(50000, 'x')), -1005);
         EXPECT_EQ(device.received.size(), static_cast<size_t>(refused + 1) * 16384);
     }
+}
+
+TEST_F(LinkWrite, NeedsNoMoreRoomThanOneByteBehindEtx) {
+    StartLog();
+    script.ExpectFrame().Ack();
+    // A buffer of exactly that size: whatever reads or writes behind it is caught under the address
+    // sanitizer.
+    std::vector<char> tight = {'\x02', 'A', 'B', '\x03', '?'};
+    EXPECT_EQ(cSerialWriteBufW(tight.data(), 4, &hPort), 5);
+    EXPECT_EQ(std::string(tight.begin(), tight.end()),
+              "\x02"
+              "AB\x83\x03");
+    EXPECT_THAT(ProtocolLog(), HasSubstr("PC->SAT >> [<02>AB<83><03>]OK:a\n"));
+}
+
+TEST_F(LinkWrite, RefusesWhatCannotBeAFrame) {
+    char etx[] = "\x03";
+    EXPECT_EQ(cSerialWriteBufW(nullptr, 4, &hPort), -1);
+    EXPECT_EQ(cSerialWriteBufW(etx, 1, &hPort), -1);
+    EXPECT_EQ(cSerialWriteBufW(etx, 2, nullptr), -1);
+    EXPECT_EQ(script.received, "");
 }

@@ -66,7 +66,8 @@ TEST_F(LogFolder, TenFilesAreSearchedAgainAndThatSearchStaysOpen) {
 
 TEST_F(LogFolder, ASearchThatWasLeftOpenEndsWithTheNextOne) {
     MakeFiles(12);
-    for (int i = 0; i < 100; ++i) GetFiles();
+    for (int i = 0; i < 100; ++i)
+        GetFiles();
     EXPECT_EQ(World().files.OpenSearches(), 1U);
 }
 
@@ -103,7 +104,10 @@ TEST_F(LogFolder, AWideTextIsCutBehindNineteenCharactersAndTwentyBytesAreCopied)
 
 TEST_F(LogFolder, ACharacterThatTheCodePageLacksBecomesABlank) {
     char response[20];
-    WideCharToByte(L"a\x4E2D" L"b", response);
+    WideCharToByte(
+        L"a\x4E2D"
+        L"b",
+        response);
     EXPECT_STREQ(response, "a b");
 }
 
@@ -129,8 +133,8 @@ TEST_F(LogFolder, NullPointersOfTheConversionAreReported) {
 TEST_F(LogFolder, InformationGoesToTheProtocolLogWithTheLocalTime) {
     LogInfo("hello %s");
     EXPECT_EQ(ProtocolLog(), "20261120120405 INFO [hello %s]\n");
-    EXPECT_EQ(LogOf("LogInfo").back(), "INF [LogInfo]Win: OK:logFd[" + Hex8(gl_iFd) +
-                                           "h]n\t pTextInfo[00008:hello %s]\n");
+    EXPECT_EQ(LogOf("LogInfo").back(),
+              "INF [LogInfo]Win: OK:logFd[" + Hex8(gl_iFd) + "h]n\t pTextInfo[00008:hello %s]\n");
     LogInfo("again");
     EXPECT_EQ(ProtocolLog(), "20261120120405 INFO [hello %s]\n20261120120405 INFO [again]\n");
     EXPECT_EQ(World().faults.Count(sim::Call::AppendOpen), 1U);

@@ -45,8 +45,9 @@ TEST_F(PortOpen, LogsTheTryAndTheSuccess) {
     const std::vector<std::string> lines = LogOf("cSerialOpenW");
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_THAT(lines[0],
-                testing::AllOf(StartsWith("INF [cSerialOpenW]Win: hC[FFFFFFFFh]Port Not Openned Trying to Open now!!!"),
-                               HasSubstr("\\\\?\\COM12"), HasSubstr("[31]")));
+                testing::AllOf(
+                    StartsWith("INF [cSerialOpenW]Win: hC[FFFFFFFFh]Port Not Openned Trying to Open now!!!"),
+                    HasSubstr("\\\\?\\COM12"), HasSubstr("[31]")));
     EXPECT_EQ(lines[1], "INF [cSerialOpenW]Win rc[000000]OK iRetryes[3] Successfull!!!\n\t  *phSerialComm[" +
                             Hex8(handle) +
                             "h]\n\t       iPortNum[12]\n\t    Dev[\\\\?\\COM12]SUCCESSFULL OPENNED\n");
@@ -72,8 +73,8 @@ TEST_F(PortOpen, ARefusedAccessCostsTenSecondsEachTime) {
     Trace();
     EXPECT_EQ(cSerialOpenW(12, &handle), -1000);
     EXPECT_THAT(World().faults.trace,
-                ElementsAre("PortOpen \\\\?\\COM12", "SleepMs 10000", "PortOpen \\\\?\\COM12", "SleepMs 10000",
-                            "PortOpen \\\\?\\COM12", "SleepMs 10000"));
+                ElementsAre("PortOpen \\\\?\\COM12", "SleepMs 10000", "PortOpen \\\\?\\COM12",
+                            "SleepMs 10000", "PortOpen \\\\?\\COM12", "SleepMs 10000"));
     EXPECT_EQ(NowMs(), 30000);
     EXPECT_THAT(LogOf("cSerialOpenW").back(), HasSubstr("GetLastError()[00000005h:5]"));
 }
@@ -90,7 +91,8 @@ TEST_F(PortOpen, WithoutNumberAndEmulatorNothingIsTouched) {
     Trace();
     gl_hComm = 77;
     handle = 76;
-    for (const int number : {0, -1, INT32_MIN}) EXPECT_EQ(cSerialOpenW(number, &handle), -1000);
+    for (const int number : {0, -1, INT32_MIN})
+        EXPECT_EQ(cSerialOpenW(number, &handle), -1000);
     EXPECT_THAT(World().faults.trace, ElementsAre());
     EXPECT_EQ(World().faults.Count(sim::Call::PortClose), 0U);
     EXPECT_EQ(handle, 76);
@@ -113,12 +115,12 @@ TEST_F(PortOpen, AnEmulatorsPortThatDoesNotOpenIsNoNegativeResult) {
     EnableEmulator("SerialPortWindows=CNCA0\n");
     EXPECT_EQ(cSerialOpenW(0, &handle), 0);
     EXPECT_EQ(handle, PLAT_INVALID_HANDLE);
-    EXPECT_THAT(LogOf("cSerialOpenW").back(), StartsWith("ERR [cSerialOpenW]Win rc[000000]ER: iRetryes[0]\n"));
+    EXPECT_THAT(LogOf("cSerialOpenW").back(),
+                StartsWith("ERR [cSerialOpenW]Win rc[000000]ER: iRetryes[0]\n"));
 }
 
 TEST_F(PortOpen, AnEmulatorWithoutAPortFailsWithTheReadersCodeOrItsOwn) {
-    const char text[] =
-        "ERR [cSerialOpenW]Lnx:ER iPortNum[0] NO_SAT_DEVICE_FOUND and NO_EMULATOR_DEV_SET\n";
+    const char text[] = "ERR [cSerialOpenW]Lnx:ER iPortNum[0] NO_SAT_DEVICE_FOUND and NO_EMULATOR_DEV_SET\n";
     EnableEmulator("Enable=1\n");
     EXPECT_EQ(cSerialOpenW(0, &handle), INI_FILE_ERR_ITEM_NOT_FOUND);
     EXPECT_EQ(LogOf("cSerialOpenW").back(), text);
@@ -147,8 +149,9 @@ TEST_F(PortOpen, AHandleThatIsStillValidIsClosedFirst) {
     EXPECT_THAT(World().faults.trace, ElementsAre("PortClose", "SleepMs 100", "PortOpen \\\\?\\COM12"));
     EXPECT_EQ(World().ports.OpenCount(), 1U);
     EXPECT_EQ(gl_hComm, handle);
-    EXPECT_EQ(LogOf("cSerialOpenW")[0], "WRN [cSerialOpenW]Win: rc[000001]WR:Close Now!!\n\t   phSerialComm[" +
-                                            old + "h]=IALREADY OPENNED\n\t       iPortNum[12]\n");
+    EXPECT_EQ(LogOf("cSerialOpenW")[0],
+              "WRN [cSerialOpenW]Win: rc[000001]WR:Close Now!!\n\t   phSerialComm[" + old +
+                  "h]=IALREADY OPENNED\n\t       iPortNum[12]\n");
 }
 
 TEST_F(PortOpen, AFailureBehindSuchACloseIsOne) {
@@ -158,7 +161,8 @@ TEST_F(PortOpen, AFailureBehindSuchACloseIsOne) {
     EXPECT_EQ(handle, PLAT_INVALID_HANDLE);
     EXPECT_EQ(gl_hComm, PLAT_INVALID_HANDLE);
     EXPECT_EQ(NowMs(), 100);
-    EXPECT_THAT(LogOf("cSerialOpenW").back(), StartsWith("ERR [cSerialOpenW]Win rc[000001]ER: iRetryes[0]\n"));
+    EXPECT_THAT(LogOf("cSerialOpenW").back(),
+                StartsWith("ERR [cSerialOpenW]Win rc[000001]ER: iRetryes[0]\n"));
 }
 
 TEST_F(PortOpen, AZeroHandleIsNotValidAndNotClosed) {
@@ -191,5 +195,14 @@ TEST_F(PortOpen, ADuplicateOfTheLibrarysOwnHandleIsRefused) {
 TEST_F(PortOpen, ADuplicateThatCannotBeOpenedHasTheOpensResult) {
     handle = 0;
     EXPECT_EQ(cDuplicateSerialW(12, &handle), -1000);
+    EXPECT_THAT(LogOf("cDuplicateSerialW"), ElementsAre(StartsWith("ERR ")));
+}
+
+TEST_F(PortOpen, ADuplicateWhoseOpenFailedBehindAClosedHandleIsLoggedAsAFailure) {
+    World().ports.Add("\\\\?\\COM12", nullptr);
+    ASSERT_EQ(cSerialOpenW(12, &handle), 0);
+    gl_hComm = PLAT_INVALID_HANDLE;
+    EXPECT_EQ(cDuplicateSerialW(13, &handle), 1);
+    EXPECT_FALSE(plat_handle_valid(handle));
     EXPECT_THAT(LogOf("cDuplicateSerialW"), ElementsAre(StartsWith("ERR ")));
 }

@@ -74,8 +74,9 @@ TEST_F(PortSettings, RefusedSignalsAreIgnored) {
 TEST_F(PortSettings, TimeoutsThatCannotBeSetAreRefused) {
     World().faults.FailAlways(sim::Call::PortSetTimeouts);
     EXPECT_EQ(cSerialSettingsW(&hPort), -1005);
-    EXPECT_THAT(Log(), ElementsAre("WRN [cSerialSettingsW]Win: rc[-01005]ER:SAT_API_ERR_WIN_DEV_COMM_TIMEOUTS \n\t "
-                                   "RdTmout[10] RdMult[1] RdConst[1] WrMult[1] WrConst[1000]\n"));
+    EXPECT_THAT(Log(),
+                ElementsAre("WRN [cSerialSettingsW]Win: rc[-01005]ER:SAT_API_ERR_WIN_DEV_COMM_TIMEOUTS \n\t "
+                            "RdTmout[10] RdMult[1] RdConst[1] WrMult[1] WrConst[1000]\n"));
     EXPECT_TRUE(line->Record().dtr);
     EXPECT_TRUE(line->Record().rts);
     EXPECT_EQ(line->Record().flushes, 0U);
@@ -132,8 +133,7 @@ TEST_F(PortClose, WithoutAHandleOfItsOwnClosesTheLibrarys) {
     EXPECT_FALSE(line->IsOpen());
     EXPECT_EQ(mine, PLAT_INVALID_HANDLE);
     EXPECT_EQ(gl_hComm, PLAT_INVALID_HANDLE);
-    EXPECT_EQ(Log()[0],
-              "INF [cSerialCloseW]Win: WR phCommLocal[00000000h] = hCommGlobal[" + global + "h]\n");
+    EXPECT_EQ(Log()[0], "INF [cSerialCloseW]Win: WR phCommLocal[00000000h] = hCommGlobal[" + global + "h]\n");
 }
 
 TEST_F(PortClose, WhatTheSystemRefusesToCloseIsInvalidAllTheSame) {
@@ -144,11 +144,12 @@ TEST_F(PortClose, WhatTheSystemRefusesToCloseIsInvalidAllTheSame) {
     EXPECT_EQ(hPort, PLAT_INVALID_HANDLE);
     EXPECT_EQ(gl_hComm, PLAT_INVALID_HANDLE);
     EXPECT_EQ(NowMs(), 2);
-    EXPECT_THAT(Log(),
-                ElementsAre("ERR [cSerialCloseW]Win: ret[-1001]ER:SAT_API_ERR_WIN_DEV_COMM_CLOSE *phCommLocal[" +
-                                handle + "h] *phComm[" + handle + "h] hCommGlobal[" + handle + "h]\n",
-                            "ERR [cSerialCloseW]Win: ret[-1001]ER: *phCommLocal[FFFFFFFFh] *phComm[FFFFFFFFh] "
-                            "hCommGlobal[FFFFFFFFh]\n"));
+    EXPECT_THAT(
+        Log(),
+        ElementsAre("ERR [cSerialCloseW]Win: ret[-1001]ER:SAT_API_ERR_WIN_DEV_COMM_CLOSE *phCommLocal[" +
+                        handle + "h] *phComm[" + handle + "h] hCommGlobal[" + handle + "h]\n",
+                    "ERR [cSerialCloseW]Win: ret[-1001]ER: *phCommLocal[FFFFFFFFh] *phComm[FFFFFFFFh] "
+                    "hCommGlobal[FFFFFFFFh]\n"));
 }
 
 TEST_F(PortClose, TheLastErrorIsLoggedWithItsText) {
@@ -167,5 +168,6 @@ TEST_F(PortClose, TheLastErrorIsLoggedWithItsText) {
 TEST_F(PortClose, AnErrorWithoutTextIsLoggedWithoutText) {
     World().last_error = 99999;
     printGetLastError();
-    EXPECT_THAT(Log(), ElementsAre("INF [printGetLastError]Win: [99999]\n", "INF [printGetLastError]Win: \n"));
+    EXPECT_THAT(Log(),
+                ElementsAre("INF [printGetLastError]Win: [99999]\n", "INF [printGetLastError]Win: \n"));
 }

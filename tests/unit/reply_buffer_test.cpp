@@ -78,7 +78,8 @@ TEST_F(ReplyBuffer, TheVersionNeedsNeitherDeviceNorLock) {
     sim::HonestDevice device = DeviceThatSays("no");
     sim::Line& line = AttachDevice(&device);
     World().mutexes.Hold("Global My shared memory mutex", 99);
-    for (int call = 0; call < 2; ++call) EXPECT_STREQ(VersaoDllZantir(), "ZANTIR DLL Ver. 02.00");
+    for (int call = 0; call < 2; ++call)
+        EXPECT_STREQ(VersaoDllZantir(), "ZANTIR DLL Ver. 02.00");
     for (const sim::Call call :
          {sim::Call::MutexCreate, sim::Call::MutexWait, sim::Call::MutexRelease, sim::Call::DevicesOpen,
           sim::Call::PortOpen, sim::Call::PortWrite, sim::Call::PortRead, sim::Call::SleepMs}) {
@@ -95,7 +96,10 @@ class CommandLength : public ReplyBuffer {
 
     /** Sale data that make the command's text, from STX to ETX, this long. */
     static std::string DataFor(size_t text_length) {
-        const size_t around = std::string("\x02" "EnviarDadosVenda|000001|a|\x03").size();
+        const size_t around = std::string(
+                                  "\x02"
+                                  "EnviarDadosVenda|000001|a|\x03")
+                                  .size();
         return std::string(text_length - around, 'd');
     }
 };
@@ -115,11 +119,12 @@ TEST_F(CommandLength, OneByteMoreIsNotSent) {
     sim::Line& line = AttachDevice(&device);
     const std::string text =
         "SAT Erro[-00001]Win Comando excede o tamanho maximo L[0000] F[EnviarDadosVenda] ";
-    for (const size_t length : {kLongestText + 1, kLongestText + 2, kLongestText + 3, kLongestText + 100000}) {
+    for (const size_t length :
+         {kLongestText + 1, kLongestText + 2, kLongestText + 3, kLongestText + 100000}) {
         ClearLog();
         EXPECT_EQ(EnviarDadosVenda(1, "a", DataFor(length).c_str()), text) << length;
-        EXPECT_THAT(Log(), testing::ElementsAre("ERR [EnviarDadosVenda] rc[-00001]ER\n\t << SAT_Rsp[00080:" +
-                                                text + "]\n"));
+        EXPECT_THAT(Log(), testing::ElementsAre(
+                               "ERR [EnviarDadosVenda] rc[-00001]ER\n\t << SAT_Rsp[00080:" + text + "]\n"));
         EXPECT_EQ(FirstByteBehindText(), size_t{GL_DEF_MAX_SAT_PKT_SIZE});
     }
     EXPECT_EQ(line.Record().opens, 0U);
@@ -128,6 +133,7 @@ TEST_F(CommandLength, OneByteMoreIsNotSent) {
 
 TEST_F(CommandLength, TheTextNamesTheExportThatWasTooLong) {
     const std::string data(10485760, 'd');
-    EXPECT_STREQ(ConsultarUltimaSessaoFiscal(1, data.c_str()),
-                 "SAT Erro[-00001]Win Comando excede o tamanho maximo L[0000] F[ConsultarUltimaSessaoFiscal] ");
+    EXPECT_STREQ(
+        ConsultarUltimaSessaoFiscal(1, data.c_str()),
+        "SAT Erro[-00001]Win Comando excede o tamanho maximo L[0000] F[ConsultarUltimaSessaoFiscal] ");
 }

@@ -75,7 +75,8 @@ TEST_F(Startup, AnIniThatCannotBeCreatedIsReported) {
     StartLog();
     World().faults.FailNth(sim::Call::FileOpen, 1);
     EXPECT_EQ(init_global_sat_struct(), 0);
-    EXPECT_THAT(Log(), Contains("ERR [init_global_sat_struct]--- rc[-00001]ER ConfigFile[SAT.ini]NotCreated!!!\n"));
+    EXPECT_THAT(Log(),
+                Contains("ERR [init_global_sat_struct]--- rc[-00001]ER ConfigFile[SAT.ini]NotCreated!!!\n"));
 }
 
 TEST_F(Startup, WithoutAnyIniTheLibraryWorksWithItsDefaults) {

@@ -56,6 +56,7 @@ plat_handle plat_devices_open(const char* class_name) {
 }
 
 bool plat_devices_select(plat_handle devices, uint32_t index) {
+    if (!plat_handle_valid(devices)) return false;
     SP_DEVINFO_DATA device = {};
     device.cbSize = sizeof device;
     if (SetupDiEnumDeviceInfo(Set(devices)->system_set, index, &device) == 0) return false;
@@ -80,6 +81,7 @@ static void ReadPortName(HKEY key, char* name, uint32_t size) {
 }
 
 bool plat_devices_port_name(plat_handle devices, char* name, uint32_t size) {
+    if (!plat_handle_valid(devices)) return false;
     const HKEY key = SetupDiOpenDevRegKey(Set(devices)->system_set, &Set(devices)->current, DICS_FLAG_GLOBAL,
                                           0, DIREG_DEV, KEY_READ);
     if (key == INVALID_HANDLE_VALUE) return false;
@@ -89,6 +91,7 @@ bool plat_devices_port_name(plat_handle devices, char* name, uint32_t size) {
 }
 
 uint32_t plat_devices_friendly_size(plat_handle devices) {
+    if (!plat_handle_valid(devices)) return 0;
     DWORD size = 0;
     SetupDiGetDeviceRegistryPropertyA(Set(devices)->system_set, &Set(devices)->current, SPDRP_FRIENDLYNAME,
                                       nullptr, nullptr, 0, &size);
@@ -96,12 +99,14 @@ uint32_t plat_devices_friendly_size(plat_handle devices) {
 }
 
 bool plat_devices_friendly(plat_handle devices, char* friendly, uint32_t size) {
+    if (!plat_handle_valid(devices)) return false;
     return SetupDiGetDeviceRegistryPropertyA(Set(devices)->system_set, &Set(devices)->current,
                                              SPDRP_FRIENDLYNAME, nullptr, reinterpret_cast<BYTE*>(friendly),
                                              size, nullptr) != 0;
 }
 
 bool plat_devices_close(plat_handle devices) {
+    if (!plat_handle_valid(devices)) return false;
     const bool destroyed = SetupDiDestroyDeviceInfoList(Set(devices)->system_set) != 0;
     plat_free(Set(devices));
     return destroyed;
