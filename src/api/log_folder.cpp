@@ -30,11 +30,16 @@ void WideCharToByte(const wchar_t* warray, char* response) {
     }
 }
 
-/** Converts the single-byte name as if it were wide text: on purpose. */
+/** Converts the single-byte name as if it were wide text, two bytes a character: on purpose. */
 static void ConvertMisread(const char (&strName)[FILE_NAME_SIZE], char (&strResponse)[RESPONSE_SIZE]) {
-    // One wide character more than the name's bytes fill, so that the text ends.
-    wchar_t wide[FILE_NAME_SIZE / sizeof(wchar_t) + 2] = {};
-    memcpy(wide, strName, sizeof strName);
+    // Two bytes also where a wide character is larger, so that every system makes the same text of a name:
+    // fourteen blanks of a protocol log's 28 characters. One character more than the name fills ends it.
+    wchar_t wide[FILE_NAME_SIZE / 2 + 1] = {};
+    for (size_t i = 0; i < FILE_NAME_SIZE / 2; ++i) {
+        const unsigned uiLow = static_cast<unsigned char>(strName[2 * i]);
+        const unsigned uiHigh = static_cast<unsigned char>(strName[2 * i + 1]);
+        wide[i] = static_cast<wchar_t>(uiHigh << 8 | uiLow);
+    }
     WideCharToByte(wide, strResponse);
 }
 
