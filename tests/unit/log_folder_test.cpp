@@ -79,6 +79,19 @@ TEST_F(LogFolder, EachNameIsConvertedForTheLog) {
     EXPECT_EQ(LogOf("WideCharToByte").size(), 3U);
 }
 
+TEST_F(LogFolder, TheNameOfAProtocolLogBecomesFourteenBlanksEverywhereAndIsNotLogged) {
+    World().files.SetText("Log\\20261120_SAT_ProtocolLog.txt", "x");
+    EXPECT_EQ(GetFiles(), 1);
+    EXPECT_THAT(LogOf("WideCharToByte"), ElementsAre());
+}
+
+TEST_F(LogFolder, TheBytesOfANameArePairedIntoWideCharacters) {
+    // The pairs "a." "tx" are no characters of the code page; the last byte stands alone and is one.
+    World().files.SetText("Log\\a.txt", "x");
+    EXPECT_EQ(GetFiles(), 1);
+    EXPECT_THAT(LogOf("WideCharToByte"), ElementsAre("INF [WideCharToByte]Win: response[00003:  t]\n"));
+}
+
 TEST_F(LogFolder, NamesOfAnyLengthAreCounted) {
     World().files.SetText("Log\\" + std::string(255, 'n') + ".txt", "x");
     EXPECT_EQ(GetFiles(), 1);
