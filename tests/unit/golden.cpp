@@ -31,7 +31,8 @@ static std::vector<std::string> Lines(const std::string& text) {
 }
 
 /** All lines of both texts in order, each with ' ', '-' or '+' in front. */
-static std::vector<std::string> Aligned(const std::vector<std::string>& a, const std::vector<std::string>& b) {
+static std::vector<std::string> Aligned(const std::vector<std::string>& a,
+                                        const std::vector<std::string>& b) {
     // common[i][j]: how many lines of a from i and of b from j can be matched in order.
     std::vector<std::vector<uint32_t>> common(a.size() + 1, std::vector<uint32_t>(b.size() + 1, 0));
     for (size_t i = a.size(); i-- > 0;)

@@ -134,6 +134,17 @@ TEST_F(LinkWrite, TheFirstBlockOfALongFrameIsShownWithEverythingBehindIt) {
                                     frame.substr(20006 - 900) + "]\n"));
 }
 
+TEST_F(LinkWrite, EachBlockLogsTheFieldsOfTheFrameUpToItsEnd) {
+    StartLog();
+    script.ExpectFrame().Ack().ExpectFrame().Ack();
+    ASSERT_EQ(Write("A|" + std::string(20000, 'y')), 20005);
+    std::vector<std::string> fields;
+    for (const std::string& entry : LogOf("SAT_API_CmdPktParcer"))
+        if (entry.find("]P0") != std::string::npos) fields.push_back(entry.substr(entry.find("]P0") + 1, 13));
+    // STX, "A" and the separator stand in front of the second field; only the last block ends it.
+    EXPECT_THAT(fields, ElementsAre("P01=[00000001", "P02=[00016381", "P01=[00000001", "P02=[00020000"));
+}
+
 TEST_F(LinkWrite, NakIsReportedAtOnceAndNothingIsSentAgain) {
     StartLog();
     script.ExpectFrame().Nak();

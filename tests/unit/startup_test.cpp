@@ -208,6 +208,21 @@ TEST_F(Startup, ALaterCallMovesALogAboveItsLimitAside) {
     EXPECT_THAT(World().files.List("Log"), ElementsAre("20261120_SAT_api.log_bkp_00.log"));
 }
 
+TEST_F(Startup, ALaterCallLooksAtTheLogsBeforeItLooksAtTheIni) {
+    WriteIni("[LOG]\nLogFilePath=Log\nLogFileMaxSize=500\nLogMode=5\n");
+    sim::HonestDevice device = DeviceThatSays("ok");
+    AttachDevice(&device);
+    ConsultarSAT(1);
+    World().faults.TraceOn({sim::Call::MoveFile, sim::Call::AppendClose, sim::Call::FileQuery});
+    VersaoDllZantir();
+    std::vector<std::string> order;
+    for (const std::string& call : World().faults.trace) {
+        const std::string name = call.substr(0, call.find(' '));
+        if (name != "FileQuery" || call.find("SAT.ini") != std::string::npos) order.push_back(name);
+    }
+    EXPECT_THAT(order, ElementsAre("MoveFile", "AppendClose", "FileQuery"));
+}
+
 TEST_F(Startup, ALaterCallClosesTheProtocolLogAndTheNextExchangeOpensItAgain) {
     sim::HonestDevice device = DeviceThatSays("ok");
     AttachDevice(&device);
