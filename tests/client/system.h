@@ -31,5 +31,8 @@ enum hold_result { HOLD_ACQUIRED, HOLD_ABANDONED, HOLD_TIMEOUT, HOLD_FAILED, HOL
 /** Takes the named mutex, waiting at most `milliseconds`. */
 enum hold_result system_hold(const char* name, unsigned long milliseconds);
 
+/** How many handles, or descriptors, the process has open; -1 when the system does not say. */
+long system_open_handles(void);
+
 /** Gives back the mutex that system_hold took. */
 bool system_release(void);

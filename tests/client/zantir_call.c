@@ -8,6 +8,7 @@
  *   chdir PATH                             ok
  *   hold MUTEX [SECONDS]                   held (or abandoned, timeout, failed, unsupported)
  *   release                                released (or failed)
+ *   handles                                how many handles or descriptors the process has open
  *   quit                                   (nothing; the program ends, as it does at the end of its input)
  *
  * The reply is hex, without its NUL, or NULL; a dot stands for an empty one. The pointer is the one that the
@@ -157,6 +158,8 @@ static bool run_line(void* library, char* line) {
         run_hold(fields, count);
     } else if (strcmp(fields[0], "release") == 0) {
         puts(system_release() ? "released" : "failed");
+    } else if (strcmp(fields[0], "handles") == 0) {
+        printf("%ld\n", system_open_handles());
     } else {
         run_call(library, fields, count);
     }

@@ -1,0 +1,102 @@
+"""The two products under test. ZANTIR_TEST_TARGET says which: linux or wine."""
+import os
+import subprocess
+
+from client import Client
+
+TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+
+DEVICES = r"HKEY_LOCAL_MACHINE\System\CurrentControlSet\Enum\USB\VID_0000&PID_0001"
+PORTS_CLASS = "{4d36e978-e325-11ce-bfc1-08002be10318}"
+
+
+class Linux:
+    """libzantir64.so. No pseudo terminal is discovered, so the emulator's port leads to it."""
+
+    name = "linux"
+    newline = b"\n"
+    build = os.environ.get("ZANTIR_TEST_BUILD", os.path.join(TOP, "build", "linux"))
+
+    def prepare(self):
+        pass
+
+    def remove_devices(self):
+        pass
+
+    def connect(self, line):
+        """Makes the line a port; its name, and the settings that lead to it."""
+        number = 1000 + int(line.name.rsplit("/", 1)[1])
+        return f"COM{number}", {"emulator_port": f"COM{number}"}
+
+    def connect_as_emulator(self, line):
+        return self.connect(line)
+
+    def client(self, folder):
+        return Client([os.path.join(self.build, "zantir-call"), os.path.join(self.build, "libzantir64.so")], folder)
+
+
+class Wine:
+    """ZANTIR64.dll. The line is COM7, a present device that carries the mark."""
+
+    name = "wine"
+    newline = b"\r\n"
+    build = os.environ.get("ZANTIR_TEST_BUILD", os.path.join(TOP, "build", "windows"))
+    prefix = os.environ.get("ZANTIR_WINEPREFIX", os.path.join(TOP, "build", "wine-tests"))
+    port = "COM7"
+    friendly = "ZANTIR SAT (COM7)"
+
+    def __init__(self):
+        self.environment = {**os.environ, "ZANTIR_WINEPREFIX": self.prefix}
+
+    def _script(self, name, *arguments):
+        # The first program in a prefix leaves the Wine server behind, which must not hold on to our output.
+        subprocess.run([os.path.join(TOP, "scripts", name), *arguments], env=self.environment, check=True,
+                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    def prepare(self):
+        self._script("wine")
+        self.register([("0001", self.port, self.friendly)])
+
+    def remove_devices(self):
+        self.register([])
+
+    def register(self, devices):
+        """Makes these the present serial devices: (instance, port name or None, friendly name or None)."""
+        text = ["Windows Registry Editor Version 5.00", "", f"[-{DEVICES}]", ""]
+        for instance, port, friendly in devices:
+            text += [f"[{DEVICES}\\{instance}]", f'"ClassGUID"="{PORTS_CLASS}"', '"Class"="Ports"']
+            if friendly is not None:
+                text.append(f'"FriendlyName"="{friendly}"')
+            text += ["", f"[{DEVICES}\\{instance}\\Device Parameters]"]
+            if port is not None:
+                text.append(f'"PortName"="{port}"')
+            text.append("")
+        path = os.path.join(self.prefix, "devices.reg")
+        with open(path, "w", encoding="ascii") as file:
+            file.write("\n".join(text))
+        self._script("wine", "regedit", "/S", path)
+
+    def link(self, port, path):
+        """Puts a device file behind a port's name; None takes the port away."""
+        place = os.path.join(self.prefix, "dosdevices", port.lower())
+        if os.path.lexists(place):
+            os.remove(place)
+        if path is not None:
+            os.symlink(path, place)
+
+    def connect(self, line):
+        self.link(self.port, line.name)
+        return self.port, {}
+
+    def connect_as_emulator(self, line):
+        """Another port, which no present device has."""
+        self.link("COM9", line.name)
+        return "COM9", {"emulator_port": "COM9"}
+
+    def client(self, folder):
+        library = "Z:" + os.path.join(self.build, "ZANTIR64.dll").replace("/", "\\")
+        program = os.path.join(self.build, "zantir-call.exe")
+        return Client([os.path.join(TOP, "scripts", "wine"), program, library], folder, self.environment)
+
+
+TARGET = {"linux": Linux, "wine": Wine}[os.environ.get("ZANTIR_TEST_TARGET", "linux")]()
