@@ -98,6 +98,10 @@ class Client:
         self._ask("handles")
         return int(self._answer(waiting.SOON))
 
+    def everything_printed(self):
+        """What the library itself printed, once the client is closed: before that it may stand in a buffer."""
+        return "\n".join(self.printed)
+
     def kill(self):
         """The process ends in the middle of whatever it does."""
         self.process.send_signal(signal.SIGKILL)
@@ -107,8 +111,11 @@ class Client:
     def close(self):
         if self._errors.closed:
             return
-        for stream in (self.process.stdin, self.process.stdout, self._errors):
-            stream.close()
+        self.process.stdin.close()
+        rest = self._unread + self.process.stdout.read()
+        self.printed += rest.decode("latin-1").splitlines()
+        self.process.stdout.close()
+        self._errors.close()
         try:
             self.process.wait(timeout=waiting.SOON * waiting.SCALE)
         except subprocess.TimeoutExpired:

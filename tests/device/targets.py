@@ -48,13 +48,14 @@ class Wine:
     def __init__(self):
         self.environment = {**os.environ, "ZANTIR_WINEPREFIX": self.prefix}
 
-    def _script(self, name, *arguments):
+    def script(self, name, *arguments, check=True):
         # The first program in a prefix leaves the Wine server behind, which must not hold on to our output.
-        subprocess.run([os.path.join(TOP, "scripts", name), *arguments], env=self.environment, check=True,
-                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        return subprocess.run([os.path.join(TOP, "scripts", name), *arguments], env=self.environment,
+                              check=check, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL)
 
     def prepare(self):
-        self._script("wine")
+        self.script("wine")
         self.register([("0001", self.port, self.friendly)])
 
     def remove_devices(self):
@@ -74,7 +75,7 @@ class Wine:
         path = os.path.join(self.prefix, "devices.reg")
         with open(path, "w", encoding="ascii") as file:
             file.write("\n".join(text))
-        self._script("wine", "regedit", "/S", path)
+        self.script("wine", "regedit", "/S", path)
 
     def link(self, port, path):
         """Puts a device file behind a port's name; None takes the port away."""
