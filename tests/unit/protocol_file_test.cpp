@@ -236,6 +236,15 @@ TEST_F(ProtocolFile, TheSizeControlClosesTheFileAndTheNextPacketReopensIt) {
     EXPECT_EQ(World().files.OpenAppends(), 1U);
 }
 
+TEST_F(ProtocolFile, EveryExportAfterTheFirstRunsTheSizeControl) {
+    WriteIni(DefaultIni());
+    VersaoDllZantir();
+    LogSATProtocolMsg(kFrame, 0);
+    ASSERT_NE(gl_iFd, 0);
+    VersaoDllZantir();
+    EXPECT_EQ(gl_iFd, 0);
+}
+
 TEST_F(ProtocolFile, AfterMidnightTheSizeControlLeadsToTheNewDaysFile) {
     World().clock.SetUtc(2026, 11, 21, 2, 59, 59);
     LogSATProtocolMsg(kFrame, 0);
