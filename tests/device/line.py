@@ -86,6 +86,10 @@ class Line:
         """How many bytes the other end has not read yet."""
         return struct.unpack("i", fcntl.ioctl(self.slave, termios.FIONREAD, b"\0" * 4))[0]
 
+    def discard(self):
+        """Drops what was written and not read."""
+        termios.tcflush(self.slave, termios.TCIFLUSH)
+
     def received(self):
         """All that ever arrived."""
         return b"".join(data for _, data in self.record)
