@@ -112,12 +112,22 @@ class Client:
         if self._errors.closed:
             return
         self.process.stdin.close()
-        rest = self._unread + self.process.stdout.read()
-        self.printed += rest.decode("latin-1").splitlines()
-        self.process.stdout.close()
-        self._errors.close()
         try:
             self.process.wait(timeout=waiting.SOON * waiting.SCALE)
         except subprocess.TimeoutExpired:
             self.process.kill()
             self.process.wait()
+        self._drain()
+        self.process.stdout.close()
+        self._errors.close()
+
+    def _drain(self):
+        """Takes what is left in the pipe. Not up to its end: under Wine others may hold it open too."""
+        output = self.process.stdout.fileno()
+        rest = self._unread
+        while select.select([output], [], [], 0)[0]:
+            data = os.read(output, 65536)
+            if not data:
+                break
+            rest += data
+        self.printed += rest.decode("latin-1").splitlines()

@@ -9,7 +9,7 @@ import time
 SCALE = float(os.environ.get("ZANTIR_TEST_SCALE", "1"))
 
 # Nothing that a test waits for takes longer unless a rule of the protocol says so.
-SOON = 20.0
+SOON = 10.0
 
 # How long a line is watched to say that nothing is sent on it.
 QUIET = 0.03
