@@ -109,7 +109,7 @@ TEST_F(IniRead, AMissingItemIsReported) {
 TEST_F(IniRead, OnlyTheOptionalKeyIsMissedInSilence) {
     EXPECT_EQ(Read("[S]\nB=1\n", "S", "FixarPorta"), -305);
     EXPECT_EQ(TakeLog(), "");
-    EXPECT_EQ(Read("[S]\nB=1\n", "S", "FixarPort"), 0 - 305);
+    EXPECT_EQ(Read("[S]\nB=1\n", "S", "FixarPort"), -305);
     EXPECT_EQ(Read("[S]\nB=1\n", "S", "FixarPortaX"), -305);
     EXPECT_EQ(CountOf(TakeLog(), "ITEM NOT FOUND!!"), 2U);
 }

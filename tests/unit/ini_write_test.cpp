@@ -123,7 +123,8 @@ TEST_F(IniWrite, TheWalkSkipsEqualSignsAndBlanksAndMatchesAPrefix) {
     Check({{"[S]\n = = A=1\n", "S", "A", "2", 5, "[S]\n = = A=2\n"},
            {"[S]\nAB=1\n", "S", "A", "2", 5, "[S]\nAB2 \n"},
            // A name that begins with what the walk skips is never found.
-           {"[S]\n=A=1\n", "S", "=A", "2", 7, "[S]\n=A=1\n=A=2\n"}});
+           {"[S]\n=A=1\n", "S", "=A", "2", 7, "[S]\n=A=1\n=A=2\n"},
+           {"[S]\n A=1\n", "S", " A", "2", 7, "[S]\n A=1\n A=2\n"}});
 }
 
 TEST_F(IniWrite, AnItemAddedInFrontOfAnotherSectionDropsThatSection) {
