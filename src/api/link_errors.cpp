@@ -27,12 +27,14 @@ static bool Passing(int iErrno) {
 
 int LinkConsultWriteError(int iErrno, int ulTxPktSz, int64_t diff, int64_t iTimeout) {
     if (iErrno == LINK_NO_ERROR) return 0;
+    // Writing the log has errors of its own.
+    const int iLastError = static_cast<int>(plat_last_error());
     API_LOG_AS(WRITE, VKO_LOG_ERR, "Win: ulTxPktSz[%08d] errno[%08d]%s diff[%d] iTimeout[%d]\n", ulTxPktSz,
                iErrno, ErrorName(iErrno), static_cast<int>(diff), static_cast<int>(iTimeout));
     if (Passing(iErrno)) return 0;
     API_LOG_AS(WRITE, VKO_LOG_ERR,
                "Win: rc[%06d]ER:SAT_API_ERR_WIN_DEV_COMM_WR\n\t GetLastError[%d] strerror(%s) errno[%d]\n",
-               SAT_API_ERR_WIN_DEV_COMM_WR, static_cast<int>(plat_last_error()), strerror(iErrno), iErrno);
+               SAT_API_ERR_WIN_DEV_COMM_WR, iLastError, strerror(iErrno), iErrno);
     return SAT_API_ERR_WIN_DEV_COMM_WR;
 }
 

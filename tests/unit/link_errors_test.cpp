@@ -28,6 +28,7 @@ TEST_F(LinkErrors, AWriteThatWouldBlockGoesOn) {
 }
 
 TEST_F(LinkErrors, AHardWriteErrorIs1006) {
+    World().last_error = 22;
     EXPECT_EQ(LinkConsultWriteError(9, 10, 0, 2000), -1006);
     EXPECT_EQ(LinkConsultWriteError(5, 10, 0, 2000), -1006);
     const std::string log = MaskFronts(DiagnosticLog());
@@ -35,7 +36,7 @@ TEST_F(LinkErrors, AHardWriteErrorIs1006) {
     EXPECT_THAT(log, testing::HasSubstr("errno[00000005]OTHER diff[0] iTimeout[2000]\n"));
     EXPECT_THAT(log,
                 testing::HasSubstr("ERR [cSerialWriteBufW]Win: rc[-01006]ER:SAT_API_ERR_WIN_DEV_COMM_WR\n\t "
-                                   "GetLastError[0] strerror("));
+                                   "GetLastError[22] strerror("));
     EXPECT_THAT(log, testing::HasSubstr(") errno[5]\n"));
 }
 

@@ -63,7 +63,7 @@ static bool Exists(const std::string& path) {
  */
 static bool IsPresent(const std::string& entry) {
     if (!Exists(entry + "/device/driver")) return false;
-    return !Exists(entry + "/type") || atoi(ReadLine(entry + "/type").c_str()) != 0;
+    return !Exists(entry + "/type") || strtol(ReadLine(entry + "/type").c_str(), nullptr, 10) != 0;
 }
 
 /** The product text of the USB device that a port belongs to; empty when it is no USB device or has no text.

@@ -60,6 +60,6 @@ char* plat_error_text(uint32_t code) {
 
     const size_t length = strlen(description);
     char* text = static_cast<char*>(plat_alloc(length + kWideTerminatorSize));
-    if (text != nullptr) memcpy(text, description, length);
+    if (text != nullptr) memcpy(text, description, length + 1);
     return text;
 }
