@@ -18,9 +18,11 @@ quietly() {
     return "$status"
 }
 
-# Configures and builds a preset.
+# Configures and builds a preset, or only the targets of it that are named.
 build_preset() {
-    say "building $1"
-    quietly cmake --preset "$1"
-    quietly cmake --build --preset "$1" --parallel "$(nproc)"
+    local preset=$1
+    shift
+    say "building $preset${*:+ ($*)}"
+    quietly cmake --preset "$preset"
+    quietly cmake --build --preset "$preset" --parallel "$(nproc)" ${*:+--target "$@"}
 }
