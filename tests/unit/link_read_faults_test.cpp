@@ -235,13 +235,26 @@ TEST_F(LinkReadFaults, ALateAttemptThatBeginsHasHundredMillisecondsForItsBodyAga
 }
 
 TEST_F(LinkReadFaults, EachByteOfTheBodyRestartsItsTimeout) {
-    // A byte every 900 ms: each gap crosses at most one boundary, and reads end only every 250 ms or so.
+    // "A" comes just before the second's boundary and its read ends just behind it, so the byteless read that
+    // follows ends in another second than the frame began in, and in the same as the last byte.
     BeginSecond();
-    const std::string frame = sim::MakeFrame("ABCDEFGH");
-    for (size_t i = 0; i < frame.size(); ++i)
-        line->SendAfter(static_cast<int64_t>(i) * 240'000, frame.substr(i, 1));
-    EXPECT_EQ(Read(10), 10);
-    EXPECT_STREQ(reply, "ABCDEFGH");
+    line->Send("\x02");
+    line->SendAfter(995'000, "A");
+    line->SendAfter(1'400'000, "B\x83\x03");
+    EXPECT_EQ(Read(10), 4);
+    EXPECT_EQ(Shown(script.received), "<06>");
+}
+
+TEST_F(LinkReadFaults, AShortFrameWhoseFirstByteLooksLikeItsChecksumIsNoFrame) {
+    // 0x00 and 0x80 taken from an empty sum give themselves.
+    for (const char first : {'\x00', '\x80'}) {
+        sim::ScriptedDevice device;
+        device.ExpectNak().SendRaw(kGood).ExpectAck();
+        line->Attach(&device);
+        line->Send(std::string(1, first) + "\x03");
+        EXPECT_EQ(Read(), 4);
+        EXPECT_EQ(Shown(device.received), "<15><06>");
+    }
 }
 
 TEST_F(LinkReadFaults, AnUnpluggedPortIsAStallThenSilence) {

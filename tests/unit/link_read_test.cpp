@@ -129,15 +129,17 @@ TEST_F(LinkRead, AnEmptyTextIsAFrame) {
 }
 
 TEST_F(LinkRead, BytesBehindEtxInTheSameReadAreIgnored) {
-    line->Send(
-        "\x02"
-        "AB\x83\x03"
-        "CD\x87\x03");
+    LogAtMode('5');
+    CreateSAT_ProtLogFile();
+    ClearLog();
+    line->Send(sim::MakeFrame("AB") + sim::MakeFrame("CD"));
     EXPECT_EQ(Read(), 4);
     EXPECT_EQ(Text(), "AB");
     EXPECT_EQ(Shown(script.received), "<06>");
-    // They are gone: they were read together with the frame.
+    // They are gone: they were read together with the frame, and no log shows them.
     EXPECT_EQ(line->Pending(), 0U);
+    EXPECT_THAT(Shown(LogOf("cSerialReadBufW")[0]), HasSubstr("TmpSatPkt[00005:<02>AB<83><03>]\n"));
+    EXPECT_THAT(ProtocolLog(), HasSubstr(" SAT->PC << [<02>AB<83><03>]OK:b\n"));
 }
 
 TEST_F(LinkRead, AFrameThatDribblesInIsPutTogether) {

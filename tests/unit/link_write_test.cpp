@@ -205,6 +205,19 @@ TEST_F(LinkWrite, EachByteThatIsTakenRestartsTheWriteTimeout) {
     EXPECT_GT(NowMs(), 10000);
 }
 
+TEST_F(LinkWrite, TheWriteTimeoutCountsFromTheLastByteThatWasTaken) {
+    // Five bytes take more than five seconds; then one write takes nothing for another.
+    constexpr int kTimeout = 1;
+    script
+        .ExpectBytes(
+            "\x02"
+            "ABCDEFGH\x24\x03")
+        .Ack();
+    line->AcceptAtMost(1);
+    World().faults.FailNth(sim::Call::PortWrite, 6, 1, kTimeout);
+    EXPECT_EQ(Write("ABCDEFGH"), 11);
+}
+
 TEST_F(LinkWrite, APortThatTakesNothingIsATimeoutOfItsOwn) {
     StartLog();
     line->StopAcceptingAfter(2);

@@ -55,6 +55,7 @@ TEST_F(PortOpen, LogsTheTryAndTheSuccess) {
 
 TEST_F(PortOpen, AMissingPortIsTriedThreeTimesAtOnce) {
     Trace();
+    gl_hComm = 77;
     EXPECT_EQ(cSerialOpenW(12, &handle), -1000);
     EXPECT_THAT(World().faults.trace,
                 ElementsAre("PortOpen \\\\?\\COM12", "PortOpen \\\\?\\COM12", "PortOpen \\\\?\\COM12"));

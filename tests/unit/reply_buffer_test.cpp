@@ -49,8 +49,19 @@ TEST_F(ReplyBuffer, NothingOfAFailedCallLeaksIntoTheNext) {
     EXPECT_EQ(FirstByteBehindText(), size_t{GL_DEF_MAX_SAT_PKT_SIZE});
 }
 
-TEST_F(ReplyBuffer, WhatAForeignWriterLeftInItIsGoneAfterTheNextCall) {
-    // A reply that failed leaves its error text alone, for the reader has cleared the buffer before.
+TEST_F(ReplyBuffer, ACallThatNeverGetsToTheDeviceBeginsWithAnEmptyBufferToo) {
+    const std::string sale(100000, 'y');
+    EnviarDadosVenda(1, "a", sale.c_str());
+    VersaoDllZantir();
+    EXPECT_EQ(FirstByteBehindText(), size_t{GL_DEF_MAX_SAT_PKT_SIZE});
+    EnviarDadosVenda(1, "a", sale.c_str());
+    ConsultarSAT(1);
+    // The error text is longer than this command.
+    EXPECT_EQ(FirstByteBehindText(), size_t{GL_DEF_MAX_SAT_PKT_SIZE});
+}
+
+TEST_F(ReplyBuffer, AFailedReplyLeavesItsErrorTextAlone) {
+    // The reader has cleared the command before.
     sim::HonestDevice device = DeviceThatSays("");
     device.faults.silent_reply = true;
     AttachDevice(&device);
