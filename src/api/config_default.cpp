@@ -78,13 +78,26 @@ static const char* const DEFAULT_BLOCKS[] = {
 /** Each block is assembled in a zeroed buffer of this size before it is written. */
 static constexpr size_t BLOCK_BUFFER_SIZE = 8192;
 
-static void WriteBlocks(plat_file* file, char* pBuffer) {
+static bool WriteBlocks(plat_file* file, char* pBuffer) {
     for (const char* pBlock : DEFAULT_BLOCKS) {
         const size_t length = strlen(pBlock);
         memset(pBuffer, 0, BLOCK_BUFFER_SIZE);
         VKO_CopyText(pBuffer, BLOCK_BUFFER_SIZE, pBlock);
-        if (!plat_file_write(file, pBuffer, length)) return;
+        if (!plat_file_write(file, pBuffer, length)) return false;
     }
+    return true;
+}
+
+/** Writes the whole file, or leaves none. */
+static bool WriteDefaultFile(char* pBuffer) {
+    plat_file* file = plat_file_open(ZANTIR_INI_FILE, "w");
+    if (file == nullptr) return false;
+    const bool bWritten = WriteBlocks(file, pBuffer);
+    if (plat_file_close(file) && bWritten) return true;
+    // A file that was cut off would be taken for the customer's own from now on, with a time-out of 3 s, say,
+    // where 30 was to stand. Without one the next start writes it anew.
+    plat_remove_file(ZANTIR_INI_FILE);
+    return false;
 }
 
 int CreateFile_ZantirIni() {
@@ -99,18 +112,10 @@ int CreateFile_ZantirIni() {
         API_LOG(VKO_LOG_ERR, " rc[%06d]ER file[%s] calloc fail!!!\n", iFound, ZANTIR_INI_FILE);
         return iFound;
     }
-    plat_file* file = plat_file_open(ZANTIR_INI_FILE, "w");
-    if (file == nullptr) {
-        API_LOG(VKO_LOG_ERR, " rc[%06d]ER file[%s]Could not be Created!!!\n", iFound, ZANTIR_INI_FILE);
-        plat_free(pBuffer);
-        return iFound;
-    }
-    WriteBlocks(file, pBuffer);
-    plat_file_close(file);
+    const bool bWritten = WriteDefaultFile(pBuffer);
     plat_free(pBuffer);
-
-    const int iSize = VKO_FileExist(ZANTIR_INI_FILE);
-    if (iSize < 0) {
+    const int iSize = bWritten ? VKO_FileExist(ZANTIR_INI_FILE) : iFound;
+    if (iSize < 0 || !bWritten) {
         API_LOG(VKO_LOG_ERR, " rc[%06d]ER file[%s]Could not be Created!!!\n", iSize, ZANTIR_INI_FILE);
     } else {
         API_LOG(VKO_LOG_WRN, " rc[%06d]OK file[%s]Successfull Created!!!\n", iSize, ZANTIR_INI_FILE);

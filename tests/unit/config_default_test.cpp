@@ -123,12 +123,29 @@ TEST_F(DefaultConfiguration, AFileThatIsGoneAfterTheWriteIsReported) {
     EXPECT_EQ(TakeLog(), Line("ERR", "[-00001]ER file[SAT.ini]Could not be Created!!!"));
 }
 
-TEST_F(DefaultConfiguration, AFullDiskLeavesWhatFitAndItsSize) {
-    gl_tLogFlags = {};
-    World().files.SetDiskFree(100);
-    EXPECT_EQ(CreateFile_ZantirIni(), 100);
-    EXPECT_EQ(FileText("SAT.ini"), std::string(kDefault).substr(0, 100));
-    EXPECT_EQ(World().files.OpenFiles(), 0U);
+TEST_F(DefaultConfiguration, AFullDiskLeavesNoPartOfItAndTheNextStartWritesItAnew) {
+    // Cut off here, the file would give sales 3 s instead of 30.
+    for (const int64_t fits : {0, 100, 456, 1323}) {
+        Load();
+        World().files.SetDiskFree(fits);
+        EXPECT_EQ(CreateFile_ZantirIni(), -1) << fits;
+        EXPECT_FALSE(World().files.Exists("SAT.ini")) << fits;
+        EXPECT_EQ(World().files.OpenFiles(), 0U);
+        World().files.SetDiskFree(-1);
+        VersaoDllZantir();
+        EXPECT_EQ(FileText("SAT.ini"), kDefault) << fits;
+    }
+}
+
+TEST_F(DefaultConfiguration, AFailedWriteOrCloseIsReportedWithTheFirstResult) {
+    for (const sim::Call call : {sim::Call::FileWrite, sim::Call::FileClose}) {
+        // Writing the log is a file call too, so the fault is armed with the log off.
+        Load();
+        WriteIni("");
+        World().faults.FailNth(call, 1);
+        EXPECT_EQ(CreateFile_ZantirIni(), 0) << sim::CallName(call);
+        EXPECT_FALSE(World().files.Exists("SAT.ini")) << sim::CallName(call);
+    }
 }
 
 TEST_F(DefaultConfiguration, TheFirstCallInAFreshFolderWritesItAndAppliesIt) {
