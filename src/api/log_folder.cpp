@@ -4,7 +4,6 @@
 
 #include "../vko_utils/text.h"
 #include "api_log.h"
-#include "protocol_log.h"
 
 static const char LOG_FILES[] = "Log/*.txt";
 static constexpr int MOST_LOG_FILES = 9;
@@ -79,29 +78,4 @@ int GetFiles() {
     plat_find_close(search);
     if (iCount > MOST_LOG_FILES) RemoveMisreadName();
     return iCount;
-}
-
-void LogInfo(const char* pTextInfo) {
-    if (pTextInfo == nullptr) {
-        API_LOG(VKO_LOG_WRN, "Win: WR:pTextInfo=NULL\n");
-        return;
-    }
-    if (gl_iFd == 0) CreateSAT_ProtLogFile();
-    const int iLength = static_cast<int>(strlen(pTextInfo));
-    if (gl_iFd == 0) {
-        API_LOG(VKO_LOG_ERR, "Win: ER:logFd[%08Xh]=NULL File Handle\n\t pTextInfo[%05d:%s]\n", 0U, iLength,
-                pTextInfo);
-        return;
-    }
-    plat_calendar now;
-    plat_local_now(&now);
-    char strFront[64];
-    VKO_FormatText(strFront, sizeof strFront, "%04d%02d%02d%02d%02d%02d INFO [", now.year, now.month, now.day,
-                   now.hour, now.minute, now.second);
-    plat_append_write(gl_iFd, strFront, strlen(strFront));
-    plat_append_write(gl_iFd, pTextInfo, static_cast<size_t>(iLength));
-    plat_append_write(gl_iFd, "]\n", 2);
-    // The "n" behind the bracket is what is left of a line feed: on purpose.
-    API_LOG(VKO_LOG_INF, "Win: OK:logFd[%08Xh]n\t pTextInfo[%05d:%s]\n", static_cast<unsigned>(gl_iFd),
-            iLength, pTextInfo);
 }

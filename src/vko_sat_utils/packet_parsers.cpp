@@ -100,36 +100,35 @@ bool IsNull(const SatParser& parser, const ParserInput& input) {
     return !input.text;
 }
 
-}  // namespace
+/** What the two bytes behind are looked for behind: the text, or as many bytes as the last field has. */
+enum class Behind { Text, LastField };
 
-int32_t SAT_API_CmdPktParcer(const void* pSatCmdPkt, int32_t iSatCmdPktLen) {
-    ParserInput input = {"pSatCmdPkt", static_cast<const char*>(pSatCmdPkt), 0};
-    if (IsNull(COMMAND_PACKET, input)) {
+int32_t DumpPacket(const SatParser& parser, ParserInput input, int32_t packet_size, Behind behind) {
+    if (IsNull(parser, input)) {
         return 0;
     }
-    input.length = TextLength(input.text, iSatCmdPktLen);
+    input.length = TextLength(input.text, packet_size);
     size_t last_piece = 0;
-    const int32_t count = DumpFields(COMMAND_PACKET, input, &last_piece);
-    if (count > 0 && static_cast<size_t>(iSatCmdPktLen) == input.length + 2) {
-        LogBytesBehind(COMMAND_PACKET, input.name, input.text + input.length);
+    const int32_t count = DumpFields(parser, input, &last_piece);
+    const size_t measured = behind == Behind::Text ? input.length : last_piece;
+    if (count > 0 && static_cast<size_t>(packet_size) == measured + 2) {
+        LogBytesBehind(parser, input.name, input.text + measured);
     }
     return count;
 }
 
+}  // namespace
+
+int32_t SAT_API_CmdPktParcer(const void* pSatCmdPkt, int32_t iSatCmdPktLen) {
+    return DumpPacket(COMMAND_PACKET, {"pSatCmdPkt", static_cast<const char*>(pSatCmdPkt), 0}, iSatCmdPktLen,
+                      Behind::Text);
+}
+
 int32_t SAT_API_RspPktParcer(const void* pSatRspPkt, int32_t iSatRspPktLen) {
-    ParserInput input = {"pSatRspPkt", static_cast<const char*>(pSatRspPkt), 0};
-    if (IsNull(REPLY_PACKET, input)) {
-        return 0;
-    }
-    input.length = TextLength(input.text, iSatRspPktLen);
-    size_t last_piece = 0;
-    const int32_t count = DumpFields(REPLY_PACKET, input, &last_piece);
     // The last field is measured here, not the text: only a reply of one field can have its two bytes shown.
     // It is kept so on purpose.
-    if (count > 0 && static_cast<size_t>(iSatRspPktLen) == last_piece + 2) {
-        LogBytesBehind(REPLY_PACKET, input.name, input.text + last_piece);
-    }
-    return count;
+    return DumpPacket(REPLY_PACKET, {"pSatRspPkt", static_cast<const char*>(pSatRspPkt), 0}, iSatRspPktLen,
+                      Behind::LastField);
 }
 
 int32_t SAT_APP_CmdParcer(const char* /*pCmdName*/, const char* pSatArgs) {
