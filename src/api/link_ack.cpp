@@ -11,22 +11,25 @@ int cSerialReadAck(plat_handle* phComm) {
     const tLinkTime start = LinkNow();
     for (;;) {
         unsigned char ucByte = 0;
-        if (plat_port_read(*phComm, &ucByte, 1) == 0) {
-            const int64_t diff = LinkElapsedMsSince(start);
-            if (diff <= ACK_TIMEOUT_MS) continue;
-            API_LOG(VKO_LOG_ERR, "Win << diff[%ld]> 2000 timeout\n", static_cast<long>(diff));
-            return -1;
-        }
-        if (ucByte == SAT_ACK) {
+        const bool bReceived = plat_port_read(*phComm, &ucByte, 1) > 0;
+        if (bReceived && ucByte == SAT_ACK) {
             API_LOG(VKO_LOG_WRN, "Win\n\tSAT->PC  <<       Rcvd[%02Xh]ACK LibVer[%s] BuildDate[%s]\n", ucByte,
                     ZANTIR_LIB_VERSION, ZANTIR_BUILD_STAMP);
             return 1;
         }
-        if (ucByte == SAT_NAK) {
+        if (bReceived && ucByte == SAT_NAK) {
             API_LOG(VKO_LOG_WRN, "Win\n\tSAT->PC  <<       Rcvd[%02Xh]NAK\n", ucByte);
             return 0;
         }
-        API_LOG(VKO_LOG_WRN, "Win:WR SAT->PC  <<       Rcvd[%02Xh]??? Expected ACK or NAK\n", ucByte);
+        if (bReceived) {
+            API_LOG(VKO_LOG_WRN, "Win:WR SAT->PC  <<       Rcvd[%02Xh]??? Expected ACK or NAK\n", ucByte);
+        }
+        // Other bytes do not restart the time-out, and a device that never pauses does not escape it.
+        const int64_t diff = LinkElapsedMsSince(start);
+        if (diff > ACK_TIMEOUT_MS) {
+            API_LOG(VKO_LOG_ERR, "Win << diff[%ld]> 2000 timeout\n", static_cast<long>(diff));
+            return -1;
+        }
     }
 }
 

@@ -23,6 +23,13 @@ int64_t getFILETIMEoffset();
  */
 int64_t LinkElapsedMs(const tLinkTime& start, const tLinkTime& later);
 
+/**
+ * The longest that the bytes of one command, or those of one reply behind its first, may take in all: half an
+ * hour, twice what the largest frame needs at 115200 baud. The time-outs alone, which every byte restarts,
+ * would let a device that trickles hold the caller for years.
+ */
+constexpr int64_t LINK_TRANSFER_LIMIT_MS = 1800 * 1000;
+
 /** Now, and what LinkElapsedMs makes of it. */
 tLinkTime LinkNow();
 int64_t LinkElapsedMsSince(const tLinkTime& start);

@@ -29,6 +29,8 @@ struct tReplyRead {
     uint32_t dwBytesRead;
     int64_t liDifTime;
     tLinkTime start;
+    tLinkTime tFirstByte;  ///< when the first attempt's first byte came
+    bool bFirstByte;
 };
 
 /** How a step of an attempt ended. */
@@ -85,6 +87,8 @@ static eReadStep ReceiveFirstByte(tReplyRead* read) {
                    static_cast<long>(read->dwBytesRead));
     }
     read->start = LinkNow();
+    if (!read->bFirstByte) read->tFirstByte = read->start;
+    read->bFirstByte = true;
     read->iPos = 1;
     read->iChkPos = 1;
     read->iTimeout = BODY_TIMEOUT_MS;
@@ -190,6 +194,17 @@ static eReadStep CheckStall(tReplyRead* read) {
     return READ_ATTEMPT_LOST;
 }
 
+/** A device that always sends one more byte in time would hold the till for years. */
+static eReadStep CheckLimit(const tReplyRead& read) {
+    const int64_t elapsed = LinkElapsedMs(read.tFirstByte, read.start);
+    if (elapsed <= LINK_TRANSFER_LIMIT_MS) return READ_ON;
+    API_LOG_AS(READ, VKO_LOG_ERR,
+               "Win ER iChkPos[%04d] iPos[%04d] lNext[%04d] elapsed[%ld]>limit[%ld] REPLY WITHOUT END!!!!\n",
+               read.iChkPos, read.iPos, read.lNext, static_cast<long>(elapsed),
+               static_cast<long>(LINK_TRANSFER_LIMIT_MS));
+    return READ_NO_REPLY;
+}
+
 static tLinkReadPlace PlaceOf(const tReplyRead& read) {
     return {read.iPos, read.iChkPos, read.lNext, read.liDifTime, read.iTimeout};
 }
@@ -212,7 +227,7 @@ static eReadStep ReceiveSome(tReplyRead* read) {
         read->iTimeout = BODY_TIMEOUT_MS;
     }
     read->start = LinkNow();
-    return READ_ON;
+    return CheckLimit(*read);
 }
 
 static eReadStep RunAttempt(tReplyRead* read) {

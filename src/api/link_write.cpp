@@ -26,6 +26,7 @@ struct tOutgoing {
     int iSize;
     int iOffset;    ///< bytes written so far
     int iBlockEnd;  ///< where the current block ends
+    tLinkTime tBegun;
     plat_handle* phComm;
 };
 
@@ -38,30 +39,32 @@ static int InsertChecksum(char* pPkt, int iSize) {
     return iSize + 1;
 }
 
-/** Writes up to the block's end. 0, or -1007 when the port takes nothing for too long. */
+static int ReportWriteTimeout(const tOutgoing& out) {
+    API_LOG_AS(WRITE, VKO_LOG_ERR,
+               "Win: WriteFile rc[%06d]ER:SAT_API_ERR_WIN_DEV_COMM_WR_TIMEOUT \n\t*phComm[%08Xh] >> "
+               "ulTxPktSz[%d] ulOffset[%d] ulBytesExpected[%d]Timeout\n",
+               SAT_API_ERR_WIN_DEV_COMM_WR_TIMEOUT, LogHandle(*out.phComm), out.iBlockEnd, out.iOffset,
+               out.iSize);
+    return SAT_API_ERR_WIN_DEV_COMM_WR_TIMEOUT;
+}
+
+/** Writes up to the block's end. 0, or -1007 when the port does not take it in time. */
 static int WriteBlock(tOutgoing* out) {
     tLinkTime start = LinkNow();
     while (out->iOffset < out->iBlockEnd) {
         const uint32_t uiWritten = plat_port_write(*out->phComm, out->pFrame + out->iOffset,
                                                    static_cast<uint32_t>(out->iBlockEnd - out->iOffset));
-        if (uiWritten > 0) {
-            // Bytes that moved left no error behind, so this never ends the write: on purpose.
-            const int rc = LinkConsultWriteError(LINK_NO_ERROR, out->iSize, 0, WRITE_TIMEOUT_MS);
-            if (rc < 0) return rc;
-            plat_sleep_ms(WRITE_PAUSE_MS);
-            start = LinkNow();
-            out->iOffset += static_cast<int>(uiWritten);
-            continue;
-        }
-        if (LinkElapsedMsSince(start) > WRITE_TIMEOUT_MS) {
-            API_LOG_AS(WRITE, VKO_LOG_ERR,
-                       "Win: WriteFile rc[%06d]ER:SAT_API_ERR_WIN_DEV_COMM_WR_TIMEOUT \n\t*phComm[%08Xh] >> "
-                       "ulTxPktSz[%d] ulOffset[%d] ulBytesExpected[%d]Timeout\n",
-                       SAT_API_ERR_WIN_DEV_COMM_WR_TIMEOUT, LogHandle(*out->phComm), out->iBlockEnd,
-                       out->iOffset, out->iSize);
-            return SAT_API_ERR_WIN_DEV_COMM_WR_TIMEOUT;
-        }
+        if (uiWritten == 0 && LinkElapsedMsSince(start) > WRITE_TIMEOUT_MS) return ReportWriteTimeout(*out);
         plat_sleep_ms(WRITE_PAUSE_MS);
+        if (uiWritten == 0) continue;
+
+        // Bytes that moved left no error behind, so this never ends the write: on purpose.
+        const int rc = LinkConsultWriteError(LINK_NO_ERROR, out->iSize, 0, WRITE_TIMEOUT_MS);
+        if (rc < 0) return rc;
+        start = LinkNow();
+        out->iOffset += static_cast<int>(uiWritten);
+        // A port that always takes one more byte in time would hold the till for hours.
+        if (LinkElapsedMs(out->tBegun, start) > LINK_TRANSFER_LIMIT_MS) return ReportWriteTimeout(*out);
     }
     return 0;
 }
@@ -103,7 +106,7 @@ int cSerialWriteBufW(char* pusTxPkt, int ulTxPktSz, plat_handle* phComm) {
                 -1, LogHandle(pusTxPkt), ulTxPktSz, LogHandle(phComm));
         return -1;
     }
-    tOutgoing out = {pusTxPkt, InsertChecksum(pusTxPkt, ulTxPktSz), 0, 0, phComm};
+    tOutgoing out = {pusTxPkt, InsertChecksum(pusTxPkt, ulTxPktSz), 0, 0, LinkNow(), phComm};
     do {
         out.iBlockEnd = out.iSize - out.iOffset > SAT_BLOCK_SIZE ? out.iOffset + SAT_BLOCK_SIZE : out.iSize;
         int rc = WriteBlock(&out);

@@ -52,6 +52,22 @@ TEST_F(LinkAck, OneByteIsTakenAtATime) {
     EXPECT_EQ(cSerialReadAck(&hPort), 0);
 }
 
+TEST_F(LinkAck, JunkWithoutAPauseDoesNotOutlastTheTimeout) {
+    line->SetBaud(115200);
+    line->Send(std::string(1 << 20, '?'));
+    const int64_t begun = World().clock.NowUs();
+    EXPECT_EQ(cSerialReadAck(&hPort), -1);
+    EXPECT_LE(World().clock.NowUs() - begun, 3'001'000);
+    EXPECT_GT(World().clock.NowUs() - begun, 2'000'000);
+    EXPECT_EQ(Log().back(), "ERR [cSerialReadAck]Win << diff[3000]> 2000 timeout\n");
+}
+
+TEST_F(LinkAck, AnAckBehindJunkCountsUntilTheThirdSecond) {
+    line->SetBaud(9600);
+    line->Send(std::string(2800, '?') + "\x06");
+    EXPECT_EQ(cSerialReadAck(&hPort), 1);
+}
+
 TEST_F(LinkAck, NothingIsMinusOneWithoutAnySleep) {
     const uint64_t sleeps = World().clock.Sleeps();
     EXPECT_EQ(cSerialReadAck(&hPort), -1);

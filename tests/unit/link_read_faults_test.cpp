@@ -245,6 +245,30 @@ TEST_F(LinkReadFaults, EachByteOfTheBodyRestartsItsTimeout) {
     EXPECT_EQ(Shown(script.received), "<06>");
 }
 
+TEST_F(LinkReadFaults, AReplyThatTricklesWithoutEndIsGivenUpAfterHalfAnHour) {
+    // A byte a second is never a stall; ten thousand of them would take almost three hours.
+    for (int second = 0; second < 10000; ++second)
+        line->SendAfter(1'000'000LL * second, second == 0 ? "\x02" : "A");
+    const int64_t begun = World().clock.NowUs();
+    std::vector<char> buffer(20000);
+    EXPECT_EQ(cSerialReadBufW(buffer.data(), static_cast<int>(buffer.size()), &hPort, 10), -1);
+    const int64_t seconds = (World().clock.NowUs() - begun) / 1'000'000;
+    EXPECT_GE(seconds, 1800);
+    EXPECT_LE(seconds, 1820);
+    EXPECT_THAT(Log().back(), HasSubstr("REPLY WITHOUT END!!!!"));
+}
+
+TEST_F(LinkReadFaults, AReplyOfManyMinutesIsTakenWhole) {
+    const std::string text(1600, 'A');
+    const std::string frame = sim::MakeFrame(text);
+    std::vector<char> buffer(4096);
+    for (size_t at = 0; at < frame.size(); ++at)
+        line->SendAfter(1'000'000LL * static_cast<int64_t>(at), frame.substr(at, 1));
+    EXPECT_EQ(cSerialReadBufW(buffer.data(), static_cast<int>(buffer.size()), &hPort, 10),
+              static_cast<int>(text.size()) + 2);
+    EXPECT_EQ(buffer.data(), text);
+}
+
 TEST_F(LinkReadFaults, AShortFrameWhoseFirstByteLooksLikeItsChecksumIsNoFrame) {
     // 0x00 and 0x80 taken from an empty sum give themselves.
     for (const char first : {'\x00', '\x80'}) {

@@ -218,6 +218,19 @@ TEST_F(LinkWrite, TheWriteTimeoutCountsFromTheLastByteThatWasTaken) {
     EXPECT_EQ(Write("ABCDEFGH"), 11);
 }
 
+TEST_F(LinkWrite, APortThatTakesByteByByteHoldsTheCallerForHalfAnHourAtMost) {
+    // Every byte is taken just in time: 2 s after the one before.
+    line->AcceptAtMost(1);
+    World().clock.on_sleep = [](uint32_t) { World().clock.Advance(2000); };
+    const int64_t begun = World().clock.NowUs();
+    std::string command = "\x02" + std::string(4000, 'A') + "\x03";
+    command.reserve(command.size() + 2);
+    EXPECT_EQ(cSerialWriteBufW(command.data(), static_cast<int>(command.size()), &hPort), -1007);
+    const int64_t seconds = (World().clock.NowUs() - begun) / 1'000'000;
+    EXPECT_GE(seconds, 1800);
+    EXPECT_LE(seconds, 1810);
+}
+
 TEST_F(LinkWrite, APortThatTakesNothingIsATimeoutOfItsOwn) {
     StartLog();
     line->StopAcceptingAfter(2);
