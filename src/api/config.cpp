@@ -249,12 +249,12 @@ static void Apply(const tKeyReading& reading) {
     }
 }
 
-static void ReadAndApply(const tConfigKey& key, int iStep) {
+static void ReadAndApply(const tIniFile& file, const tConfigKey& key, int iStep) {
     tKeyReading reading = {&key, iStep, 0, KEY_PRESENT, {}};
     // A text field smaller than the value buffer bounds the read, so that an over-long value is cut and
     // reported once.
     const size_t size = key.targetSize != 0 && key.targetSize < VALUE_SIZE ? key.targetSize : VALUE_SIZE;
-    reading.rc = VKO_GetIniFileValueSized(ZANTIR_INI_FILE, key.pSection, key.pKey, reading.strValue, size);
+    reading.rc = VKO_GetLoadedIniValue(file, key.pSection, key.pKey, reading.strValue, size);
     if (reading.rc < 0) {
         reading.eFound = KEY_MISSING;
     } else if (reading.strValue[0] == '\0') {
@@ -283,10 +283,12 @@ int UpdateZantirConfiguration() {
     }
     ResetCommandTimeouts();
     // The count stands at 0 for the first key, so a complete pass over the 31 keys returns 30.
+    tIniFile file = VKO_LoadIniFile(ZANTIR_INI_FILE);
     for (const tConfigKey& key : CONFIG_KEYS) {
         if (&key != CONFIG_KEYS) ++iStep;
-        ReadAndApply(key, iStep);
+        ReadAndApply(file, key, iStep);
     }
+    VKO_FreeIniFile(&file);
     return iStep;
 }
 

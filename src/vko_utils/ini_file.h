@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 constexpr int INI_FILE_OK = 0;
 constexpr int INI_FILE_SECTION_ONLY = 2;     ///< writer: only a section was written, or no item was passed
@@ -18,6 +19,29 @@ constexpr int INI_FILE_ERR_OPEN = -302;
 constexpr int INI_FILE_ERR_SESSION_NOT_FOUND = -304;
 constexpr int INI_FILE_ERR_ITEM_NOT_FOUND = -305;
 constexpr int INI_FILE_ERR_CREATE = -401;
+
+/** Files above this size are refused as unreadable: nobody writes such settings, and a look-up would take
+ * long. */
+constexpr int32_t INI_FILE_LARGEST = 128 * 1024 * 1024;
+
+/** A file's text in memory, for a pass over many items. Look-ups do not change it. */
+struct tIniFile {
+    const char* pName;    ///< the caller's; must live as long as this
+    int rc;               ///< 0, or why there is no text: the code that every look-up returns
+    const char* pReason;  ///< ends the line of a failed look-up
+    char* pText;          ///< zero-filled behind its end; NULL when there is none
+    size_t textSize;      ///< bytes that came from the file
+};
+
+/** Reads a file for VKO_GetLoadedIniValue. A failure is kept for the look-ups, not reported. */
+tIniFile VKO_LoadIniFile(const char* pIniFileName);
+
+/** Releases what VKO_LoadIniFile took. */
+void VKO_FreeIniFile(tIniFile* file);
+
+/** VKO_GetIniFileValueSized on a file as VKO_LoadIniFile found it. */
+int VKO_GetLoadedIniValue(const tIniFile& file, const char* pSession, const char* pItem, char* pRetValue,
+                          size_t size);
 
 /**
  * Reads the value of an item: the rest of the line behind the first text in the section that begins with the

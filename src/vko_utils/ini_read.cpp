@@ -9,7 +9,7 @@
 
 /** The arguments of one look-up. */
 struct tIniLookup {
-    const char* pIniFileName;
+    const tIniFile* pFile;
     const char* pSession;
     const char* pItem;
     char* pRetValue;
@@ -25,7 +25,7 @@ static int Fail(const tIniLookup& lookup, int rc, const char* pName, const char*
         LOOKUP, VKO_LOG_ERR,
         "[%04d] %s rc[%06d]ER:%s\n\t pIniFileName[%s] \n\t     pSession[%s] \n\t        "
         "pItem[%s] \n\t    pRetValue[%s]%s\n",
-        rc, pName, lookup.pIniFileName, lookup.pSession, lookup.pItem, "", pReason);
+        rc, pName, lookup.pFile->pName, lookup.pSession, lookup.pItem, "", pReason);
     return rc;
 }
 
@@ -38,17 +38,17 @@ static char* FindItem(char* pSectionBody, const char* pItem) {
 }
 
 /** Copies the rest of the line without "=" and blanks. False when the value had to be cut. */
-static bool CopyValue(const tIniText& text, const char* pHeader, const char* pValue,
-                      const tIniLookup& lookup) {
-    const size_t headerAt = static_cast<size_t>(pHeader - text.pText);
+static bool CopyValue(const tIniLookup& lookup, const char* pHeader, const char* pValue) {
+    const tIniFile& file = *lookup.pFile;
+    const size_t headerAt = static_cast<size_t>(pHeader - file.pText);
     size_t copied = 0;
     bool bWhole = true;
     for (const char* p = pValue; *p != '\0' && *p != '\n'; ++p) {
         // The test for a carriage return looks as far behind the section's header as the copy stands behind
         // the start of the file: on purpose. Carriage returns are rare in text mode, and the trailing ones go
         // below.
-        const size_t tested = headerAt + static_cast<size_t>(p - text.pText);
-        if (tested < text.fileSize && text.pText[tested] == '\r') break;
+        const size_t tested = headerAt + static_cast<size_t>(p - file.pText);
+        if (tested < file.textSize && file.pText[tested] == '\r') break;
         if (*p == '=' || *p == ' ') continue;
         if (copied + 1 >= lookup.size) {
             // A carriage return at the line's end would go anyway: it does not make the value too long.
@@ -64,8 +64,8 @@ static bool CopyValue(const tIniText& text, const char* pHeader, const char* pVa
     return bWhole;
 }
 
-static int FindValue(const tIniText& text, const tIniLookup& lookup) {
-    char* pHeader = IniFindSection(text.pText, lookup.pSession);
+static int FindValue(const tIniLookup& lookup) {
+    char* pHeader = IniFindSection(lookup.pFile->pText, lookup.pSession);
     if (pHeader == nullptr) {
         return Fail(lookup, INI_FILE_ERR_SESSION_NOT_FOUND, "INI_FILE_ERR_SESSION_NOT_FOUND Fail", "");
     }
@@ -77,52 +77,83 @@ static int FindValue(const tIniText& text, const tIniLookup& lookup) {
                 LOOKUP, VKO_LOG_ERR,
                 "[%04d] %s rc[%06d]ER:INI_FILE_ERR_ITEM_NOT_FOUND VKO_GetIniFileValue Fail\n\t "
                 "pIniFileName[%s] \n\t pSession[%s] \n\t        pItem[%s]ITEM NOT FOUND!!\n",
-                INI_FILE_ERR_ITEM_NOT_FOUND, lookup.pIniFileName, lookup.pSession, lookup.pItem);
+                INI_FILE_ERR_ITEM_NOT_FOUND, lookup.pFile->pName, lookup.pSession, lookup.pItem);
         }
         return INI_FILE_ERR_ITEM_NOT_FOUND;
     }
-    if (!CopyValue(text, pHeader, pValue, lookup)) {
+    if (!CopyValue(lookup, pHeader, pValue)) {
         UTIL_LOG_LINE_FUNCTION_AS(
             LOOKUP, VKO_LOG_WRN,
             "[%04d] %s rc[%06d]WR pIniFileName[%s] pSession[%s] pItem[%s] VALUE TOO LONG, "
             "CUT TO[%s]\n",
-            INI_FILE_OK, lookup.pIniFileName, lookup.pSession, lookup.pItem, lookup.pRetValue);
+            INI_FILE_OK, lookup.pFile->pName, lookup.pSession, lookup.pItem, lookup.pRetValue);
     }
     return INI_FILE_OK;
+}
+
+static int RefuseNull(const char* pIniFileName, const char* pSession, const char* pItem,
+                      const char* pRetValue) {
+    UTIL_LOG_LINE_FUNCTION_AS(
+        LOOKUP, VKO_LOG_ERR,
+        "[%04d] %s rc[%06d]ER:INI_FILE_ERR_INVALID_PARAM pIniFileName[%08Xh] "
+        "pSession[%08Xh] pItem[%08Xh] pRetValue[%08Xh] bSessionFound[%d] bItemFound[%d] "
+        "bValueMatch[%d]\n",
+        INI_FILE_ERR_INVALID_PARAM, LogHandle(pIniFileName), LogHandle(pSession), LogHandle(pItem),
+        LogHandle(pRetValue), 0, 0, 0);
+    return INI_FILE_ERR_INVALID_PARAM;
+}
+
+static tIniFile NotLoaded(const char* pIniFileName, int rc, const char* pReason) {
+    return {pIniFileName, rc, pReason, nullptr, 0};
+}
+
+tIniFile VKO_LoadIniFile(const char* pIniFileName) {
+    if (pIniFileName == nullptr) return NotLoaded(pIniFileName, INI_FILE_ERR_INVALID_PARAM, "");
+    if (VKO_FileExist(pIniFileName) < 0) return NotLoaded(pIniFileName, INI_FILE_ERR_NOT_FOUND, "");
+    const int32_t sztFileSize = VKO_GetFileSize(pIniFileName);
+    if (sztFileSize <= 0) return NotLoaded(pIniFileName, INI_FILE_ERR_NOT_FOUND, " sztFileSize[0]=0");
+    if (sztFileSize > INI_FILE_LARGEST) return NotLoaded(pIniFileName, INI_FILE_ERR_OPEN, " TOO LARGE");
+    tIniText text;
+    switch (IniLoad(pIniFileName, static_cast<size_t>(sztFileSize), 1024, &text)) {
+        case INI_NO_MEMORY:
+            return NotLoaded(pIniFileName, INI_FILE_ERR_OPEN, " calloc() Fail");
+        case INI_NO_OPEN:
+            return NotLoaded(pIniFileName, INI_FILE_ERR_OPEN, " fopen() Fail");
+        case INI_LOADED:
+            break;
+    }
+    return {pIniFileName, INI_FILE_OK, "", text.pText, text.fileSize};
+}
+
+void VKO_FreeIniFile(tIniFile* file) {
+    plat_free(file->pText);
+    file->pText = nullptr;
+    file->textSize = 0;
+}
+
+int VKO_GetLoadedIniValue(const tIniFile& file, const char* pSession, const char* pItem, char* pRetValue,
+                          size_t size) {
+    if (file.pName == nullptr || pSession == nullptr || pItem == nullptr || pRetValue == nullptr) {
+        return RefuseNull(file.pName, pSession, pItem, pRetValue);
+    }
+    const tIniLookup lookup = {&file, pSession, pItem, pRetValue, size};
+    // A missing file leaves the value as it was, every other failure empties it.
+    const bool bMissing = file.rc == INI_FILE_ERR_NOT_FOUND && file.pReason[0] == '\0';
+    if (!bMissing) pRetValue[0] = '\0';
+    if (file.rc == INI_FILE_OK) return FindValue(lookup);
+    return Fail(lookup, file.rc,
+                file.rc == INI_FILE_ERR_NOT_FOUND ? "INI_FILE_ERR_NOT_FOUND " : "INI_FILE_ERR_OPEN ",
+                file.pReason);
 }
 
 int VKO_GetIniFileValueSized(const char* pIniFileName, const char* pSession, const char* pItem,
                              char* pRetValue, size_t size) {
     if (pIniFileName == nullptr || pSession == nullptr || pItem == nullptr || pRetValue == nullptr) {
-        UTIL_LOG_LINE_FUNCTION_AS(
-            LOOKUP, VKO_LOG_ERR,
-            "[%04d] %s rc[%06d]ER:INI_FILE_ERR_INVALID_PARAM pIniFileName[%08Xh] "
-            "pSession[%08Xh] pItem[%08Xh] pRetValue[%08Xh] bSessionFound[%d] bItemFound[%d] "
-            "bValueMatch[%d]\n",
-            INI_FILE_ERR_INVALID_PARAM, LogHandle(pIniFileName), LogHandle(pSession), LogHandle(pItem),
-            LogHandle(pRetValue), 0, 0, 0);
-        return INI_FILE_ERR_INVALID_PARAM;
+        return RefuseNull(pIniFileName, pSession, pItem, pRetValue);
     }
-    const tIniLookup lookup = {pIniFileName, pSession, pItem, pRetValue, size};
-    if (VKO_FileExist(pIniFileName) < 0)
-        return Fail(lookup, INI_FILE_ERR_NOT_FOUND, "INI_FILE_ERR_NOT_FOUND ", "");
-    pRetValue[0] = '\0';
-
-    const int32_t sztFileSize = VKO_GetFileSize(pIniFileName);
-    if (sztFileSize <= 0) {
-        return Fail(lookup, INI_FILE_ERR_NOT_FOUND, "INI_FILE_ERR_NOT_FOUND ", " sztFileSize[0]=0");
-    }
-    tIniText text;
-    switch (IniLoad(pIniFileName, static_cast<size_t>(sztFileSize), 1024, &text)) {
-        case INI_NO_MEMORY:
-            return Fail(lookup, INI_FILE_ERR_OPEN, "INI_FILE_ERR_OPEN ", " calloc() Fail");
-        case INI_NO_OPEN:
-            return Fail(lookup, INI_FILE_ERR_OPEN, "INI_FILE_ERR_OPEN ", " fopen() Fail");
-        case INI_LOADED:
-            break;
-    }
-    const int rc = FindValue(text, lookup);
-    plat_free(text.pText);
+    tIniFile file = VKO_LoadIniFile(pIniFileName);
+    const int rc = VKO_GetLoadedIniValue(file, pSession, pItem, pRetValue, size);
+    VKO_FreeIniFile(&file);
     return rc;
 }
 

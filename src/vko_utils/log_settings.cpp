@@ -40,9 +40,9 @@ static const tLogMode LOG_MODES[] = {
 static const tLogMode FALLBACK_MODE = {'\0', 1, &tVkoLogFlags::iError, "ERROR_LOGS_ENABLED<DEFAULT>"};
 
 /** Reads one key of the section into `value`, which is cleared first. */
-static tLogKey ReadKey(const char* pIniFileName, const char* pItem, char (&value)[512]) {
+static tLogKey ReadKey(const tIniFile& file, const char* pItem, char (&value)[512]) {
     memset(value, 0, sizeof value);
-    return {pIniFileName, pItem, VKO_GetIniFileValueSized(pIniFileName, SECTION, pItem, value, sizeof value)};
+    return {file.pName, pItem, VKO_GetLoadedIniValue(file, SECTION, pItem, value, sizeof value)};
 }
 
 static void ReportReadError(const tLogKey& key, const char* value) {
@@ -61,9 +61,9 @@ static void ResetSettings(const char* logName) {
     if (logName != nullptr) gl_pLogBaseName = logName;
 }
 
-static void ReadFolder(const char* pIniFileName) {
+static void ReadFolder(const tIniFile& file) {
     char value[512];
-    const tLogKey key = ReadKey(pIniFileName, "LogFilePath", value);
+    const tLogKey key = ReadKey(file, "LogFilePath", value);
     if (key.rc < 0) {
         VKO_CopyText(value, sizeof value, "Log");
         ReportReadError(key, value);
@@ -71,23 +71,23 @@ static void ReadFolder(const char* pIniFileName) {
     VKO_CopyText(gl_tLogSettings.strLogFilePath, sizeof gl_tLogSettings.strLogFilePath, value);
 }
 
-static void ReadName(const char* pIniFileName) {
+static void ReadName(const tIniFile& file) {
     char value[512];
-    const tLogKey key = ReadKey(pIniFileName, "LogFileName", value);
+    const tLogKey key = ReadKey(file, "LogFileName", value);
     if (key.rc < 0) {
         VKO_CopyText(value, sizeof value, gl_pLogBaseName);
         ReportReadError(key, value);
     } else if (strlen(value) <= 3) {
         VKO_CopyText(value, sizeof value, gl_pLogBaseName);
         CONFIGURE_LOG(VKO_LOG_WRN, "[%04d] %s %s rc[%04d]WR FileName[%s] Session[%s] item[%s=%s]<DEFAULT>\n",
-                      key.rc, pIniFileName, SECTION, key.pItem, value);
+                      key.rc, key.pIniFileName, SECTION, key.pItem, value);
     }
     VKO_CopyText(gl_tLogSettings.strLogFileName, sizeof gl_tLogSettings.strLogFileName, value);
 }
 
-static void ReadMaxSize(const char* pIniFileName) {
+static void ReadMaxSize(const tIniFile& file) {
     char value[512];
-    const tLogKey key = ReadKey(pIniFileName, "LogFileMaxSize", value);
+    const tLogKey key = ReadKey(file, "LogFileMaxSize", value);
     gl_tLogSettings.iLogFileMaxSize = DEFAULT_MAX_SIZE;
     if (key.rc < 0) {
         ReportReadError(key, "800000");
@@ -100,7 +100,7 @@ static void ReadMaxSize(const char* pIniFileName) {
     }
     // The closing "]" of the item is missing in this line: on purpose.
     CONFIGURE_LOG(VKO_LOG_WRN, "[%04d] %s %s rc[%04d]WR FileName[%s] Session[%s] item[%s=%s<DEFAULT>\n",
-                  key.rc, pIniFileName, SECTION, key.pItem, value);
+                  key.rc, key.pIniFileName, SECTION, key.pItem, value);
 }
 
 static const tLogMode& ModeOf(char cMode) {
@@ -115,12 +115,14 @@ int VKO_SetIniFileLogMode(const char* logName, const char* iniFileName) {
         CONFIGURE_LOG(VKO_LOG_ERR, "[%04d] %s %s rc[%04d]ER pIniFileName=NULL\n", INI_FILE_ERR_INVALID_PARAM);
     }
     ResetSettings(logName);
-    ReadFolder(iniFileName);
-    ReadName(iniFileName);
-    ReadMaxSize(iniFileName);
+    tIniFile file = VKO_LoadIniFile(iniFileName);
+    ReadFolder(file);
+    ReadName(file);
+    ReadMaxSize(file);
 
     char value[512];
-    const tLogKey key = ReadKey(iniFileName, "LogMode", value);
+    const tLogKey key = ReadKey(file, "LogMode", value);
+    VKO_FreeIniFile(&file);
     if (key.rc < 0) {
         gl_tLogSettings.iLevelMask = 1;
         gl_tLogFlags.iError = 1;
