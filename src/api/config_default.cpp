@@ -75,29 +75,20 @@ static const char* const DEFAULT_BLOCKS[] = {
     "\n",
 };
 
-/** Each block is assembled in a zeroed buffer of this size before it is written. */
-static constexpr size_t BLOCK_BUFFER_SIZE = 8192;
+/** The file is assembled in a zeroed buffer of this size before it is written. */
+static constexpr size_t FILE_BUFFER_SIZE = 8192;
 
-static bool WriteBlocks(plat_file* file, char* pBuffer) {
-    for (const char* pBlock : DEFAULT_BLOCKS) {
-        const size_t length = strlen(pBlock);
-        memset(pBuffer, 0, BLOCK_BUFFER_SIZE);
-        VKO_CopyText(pBuffer, BLOCK_BUFFER_SIZE, pBlock);
-        if (!plat_file_write(file, pBuffer, length)) return false;
-    }
-    return true;
-}
-
-/** Writes the whole file, or leaves none. */
+/**
+ * Writes the whole file, or leaves what was there. A file that was cut off would be taken for the customer's
+ * own from now on, with a time-out of 3 s, say, where 30 was to stand.
+ */
 static bool WriteDefaultFile(char* pBuffer) {
-    plat_file* file = plat_file_open(ZANTIR_INI_FILE, "w");
-    if (file == nullptr) return false;
-    const bool bWritten = WriteBlocks(file, pBuffer);
-    if (plat_file_close(file) && bWritten) return true;
-    // A file that was cut off would be taken for the customer's own from now on, with a time-out of 3 s, say,
-    // where 30 was to stand. Without one the next start writes it anew.
-    plat_remove_file(ZANTIR_INI_FILE);
-    return false;
+    size_t length = 0;
+    for (const char* pBlock : DEFAULT_BLOCKS) {
+        VKO_CopyText(pBuffer + length, FILE_BUFFER_SIZE - length, pBlock);
+        length += strlen(pBuffer + length);
+    }
+    return plat_file_replace(ZANTIR_INI_FILE, pBuffer, length);
 }
 
 int CreateFile_ZantirIni() {
@@ -107,7 +98,7 @@ int CreateFile_ZantirIni() {
         API_LOG(VKO_LOG_INF, " rc[%06d]OK file[%s]Already Exist!\n", iFound, ZANTIR_INI_FILE);
         return iFound;
     }
-    char* pBuffer = static_cast<char*>(plat_alloc(BLOCK_BUFFER_SIZE));
+    char* pBuffer = static_cast<char*>(plat_alloc(FILE_BUFFER_SIZE));
     if (pBuffer == nullptr) {
         API_LOG(VKO_LOG_ERR, " rc[%06d]ER file[%s] calloc fail!!!\n", iFound, ZANTIR_INI_FILE);
         return iFound;

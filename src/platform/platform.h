@@ -255,6 +255,13 @@ bool plat_file_vprintf(plat_file* file, const char* format, va_list arguments) P
 /** Flushes and closes. False when something written could not reach the file. */
 bool plat_file_close(plat_file* file);
 
+/**
+ * Gives a file a new content, written in text mode, or makes the file. Whoever looks, also after the process
+ * was killed or the power failed in the middle, finds the old content or the new one, whole. False when that
+ * did not succeed; the file is then as it was.
+ */
+bool plat_file_replace(const char* path, const void* bytes, size_t size);
+
 /** Opens a file for appending text, created if missing for its owner to read and write. Above 0, or -1. */
 int plat_append_open(const char* path);
 

@@ -31,9 +31,9 @@ static int Fail(const tIniChange& change, int rc, const char* pReason) {
     return rc;
 }
 
-/** Opens a file, writes `size` bytes and closes it; false when any of that fails. */
-static bool WriteWhole(const char* pIniFileName, const char* pMode, const char* pBytes, size_t size) {
-    plat_file* file = plat_file_open(pIniFileName, pMode);
+/** Adds bytes at the end of a file, made when missing; false when that fails. */
+static bool Append(const char* pIniFileName, const char* pBytes, size_t size) {
+    plat_file* file = plat_file_open(pIniFileName, "a");
     if (file == nullptr) return false;
     const bool bWritten = plat_file_write(file, pBytes, size);
     return plat_file_close(file) && bWritten;
@@ -80,7 +80,7 @@ static int AppendSection(const tIniChange& change, bool bNewFile) {
         Add(&builder, "-\n");
         rc = INI_FILE_ITEM_NOT_ADDED;
     }
-    if (!WriteWhole(change.pIniFileName, "a", builder.pText, builder.length)) {
+    if (!Append(change.pIniFileName, builder.pText, builder.length)) {
         rc = Fail(change, INI_FILE_ERR_CREATE, "ER:INI_FILE_ERR_CREATE fopen Fail");
     }
     plat_free(builder.pText);
@@ -130,7 +130,7 @@ static int ChangeItem(const tIniChange& change, tIniText* text, char* pItemAt) {
         memcpy(pValue, change.pNewValue, newLength);
         text->fileSize += newLength - oldLength;
     }
-    if (!WriteWhole(change.pIniFileName, "w", text->pText, text->fileSize)) {
+    if (!plat_file_replace(change.pIniFileName, text->pText, text->fileSize)) {
         return Fail(change, INI_FILE_ERR_NOT_FOUND, "ER:INI_FILE_ERR_NOT_FOUND fopen() Fail");
     }
     return INI_FILE_ITEM_CHANGED;
@@ -145,7 +145,7 @@ static int InsertItem(const tIniChange& change, const tIniText& text, char* pNex
     } else {
         Add(&builder, "-\n");
     }
-    if (!WriteWhole(change.pIniFileName, "w", builder.pText, builder.length)) {
+    if (!plat_file_replace(change.pIniFileName, builder.pText, builder.length)) {
         return Fail(change, INI_FILE_ERR_NOT_FOUND, "ER:INI_FILE_ERR_NOT_FOUND fopen() Fail");
     }
     UTIL_LOG_LINE_FUNCTION_AS(CHANGE, VKO_LOG_WRN,
@@ -163,7 +163,7 @@ static int AppendItem(const tIniChange& change) {
         return Fail(change, INI_FILE_ERR_CREATE, "ER:INI_FILE_ERR_CREATE calloc() Fail");
     AddItemLine(&builder, change);
     int rc = INI_FILE_ITEM_ADDED;
-    if (!WriteWhole(change.pIniFileName, "a", builder.pText, builder.length)) {
+    if (!Append(change.pIniFileName, builder.pText, builder.length)) {
         rc = Fail(change, INI_FILE_ERR_NOT_FOUND, "ER:INI_FILE_ERR_NOT_FOUND fopen() Fail");
     }
     plat_free(builder.pText);

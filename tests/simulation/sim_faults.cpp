@@ -56,6 +56,7 @@ constexpr CallRow kCalls[] = {
     {"FileWrite", {"nothing taken", "half taken"}},
     {"FileVprintf", {"nothing taken"}},
     {"FileClose", {"what waited is lost", "half of what waited is lost"}},
+    {"FileReplace", {"error 5: refused", "error 112: disk full"}},
     {"AppendOpen", {"error 5: refused"}},
     {"AppendWrite", {"error 112: nothing written", "error 112: half written"}},
     {"AppendClose", {}},

@@ -53,6 +53,7 @@ enum class Call : uint8_t {
     FileWrite,
     FileVprintf,
     FileClose,
+    FileReplace,
     AppendOpen,
     AppendWrite,
     AppendClose,

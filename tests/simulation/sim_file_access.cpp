@@ -166,6 +166,19 @@ bool Files::Close(plat_file* file, size_t parts) {
     return stored;
 }
 
+bool Files::Replace(const char* path, const char* bytes, size_t size) {
+    // What is written goes to a file without a name first, so that a full disk or the end of the process
+    // leaves the old one.
+    Node fresh;
+    if (!Store(fresh, bytes, size)) return false;
+    const std::shared_ptr<Node> node = OpenNode(path, true);
+    if (node == nullptr) return false;
+    node->content = std::move(fresh.content);
+    node->forgotten = fresh.forgotten;
+    node->modified = world().clock.UtcUs() / 1'000'000;
+    return true;
+}
+
 int Files::AppendOpen(const char* path) {
     std::shared_ptr<Node> node = OpenNode(path, true);
     if (node == nullptr) return -1;

@@ -100,6 +100,7 @@ class Files {
     bool Print(plat_file* file, const char* format, va_list arguments) PLAT_PRINTF_CHECK(3, 0);
     /** Of what still waits, the first part of `parts` reaches the file, or nothing when `parts` is 0. */
     bool Close(plat_file* file, size_t parts = 1);
+    bool Replace(const char* path, const char* bytes, size_t size);
     int AppendOpen(const char* path);
     bool AppendWrite(int descriptor, const char* bytes, size_t size);
     void AppendClose(int descriptor);

@@ -45,6 +45,12 @@ bool plat_file_close(plat_file* file) {
     return Fail(sim::kErrorDiskFull, false);
 }
 
+bool plat_file_replace(const char* path, const void* bytes, size_t size) {
+    SIM_ENTER(FileReplace, "%s %zu", path, size);
+    if (way >= 0) return Fail(way == 0 ? PLAT_ERROR_ACCESS_DENIED : sim::kErrorDiskFull, false);
+    return world.files.Replace(path, static_cast<const char*>(bytes), size);
+}
+
 int plat_append_open(const char* path) {
     SIM_ENTER(AppendOpen, "%s", path);
     if (way >= 0) return Fail(PLAT_ERROR_ACCESS_DENIED, -1);

@@ -74,10 +74,10 @@ class DefaultConfiguration : public LoggedLibrary {
 };
 
 TEST_F(DefaultConfiguration, AMissingFileIsWrittenToTheByte) {
-    World().faults.TraceOn({sim::Call::FileOpen});
+    World().faults.TraceOn({sim::Call::FileOpen, sim::Call::FileReplace});
     EXPECT_EQ(CreateFile_ZantirIni(), kDefaultSize);
     EXPECT_EQ(FileText("C:\\app\\SAT.ini"), kDefault);
-    EXPECT_EQ(World().faults.trace.at(0), "FileOpen SAT.ini w");
+    EXPECT_EQ(World().faults.trace.at(0), "FileReplace SAT.ini " + std::to_string(kDefaultSize));
     EXPECT_EQ(World().files.OpenFiles(), 0U);
     EXPECT_EQ(World().LiveAllocations(), 0);
     char size[16];
@@ -98,10 +98,10 @@ TEST_F(DefaultConfiguration, AFileOfOneByteIsLeftAlone) {
     EXPECT_EQ(TakeLog(), Line("INF", "[000001]OK file[SAT.ini]Already Exist!"));
 }
 
-TEST_F(DefaultConfiguration, AFileThatCannotBeOpenedIsReportedWithTheFirstResult) {
+TEST_F(DefaultConfiguration, AFileThatCannotBeWrittenIsReportedWithTheFirstResult) {
     for (const int found : {-1, 0}) {
         if (found == 0) WriteIni("");
-        World().faults.FailNth(sim::Call::FileOpen, 1);
+        World().faults.FailNth(sim::Call::FileReplace, 1);
         EXPECT_EQ(CreateFile_ZantirIni(), found);
         EXPECT_EQ(TakeLog(), Line("ERR", (found == 0 ? "[000000]" : "[-00001]") +
                                              std::string("ER file[SAT.ini]Could not be Created!!!")));
@@ -137,14 +137,20 @@ TEST_F(DefaultConfiguration, AFullDiskLeavesNoPartOfItAndTheNextStartWritesItAne
     }
 }
 
-TEST_F(DefaultConfiguration, AFailedWriteOrCloseIsReportedWithTheFirstResult) {
-    for (const sim::Call call : {sim::Call::FileWrite, sim::Call::FileClose}) {
-        // Writing the log is a file call too, so the fault is armed with the log off.
+TEST_F(DefaultConfiguration, AFailedWriteLeavesAnEmptyFileAsItWas) {
+    WriteIni("");
+    World().faults.FailNth(sim::Call::FileReplace, 1, 1, 1);
+    EXPECT_EQ(CreateFile_ZantirIni(), 0);
+    EXPECT_TRUE(World().files.Exists("SAT.ini"));
+    EXPECT_EQ(FileText("SAT.ini"), "");
+}
+
+TEST_F(DefaultConfiguration, AProcessKilledWhileItIsWrittenLeavesNoneOrAllOfIt) {
+    for (const int64_t reached : {0, 1, 456, kDefaultSize - 1}) {
         Load();
-        WriteIni("");
-        World().faults.FailNth(call, 1);
-        EXPECT_EQ(CreateFile_ZantirIni(), 0) << sim::CallName(call);
-        EXPECT_FALSE(World().files.Exists("SAT.ini")) << sim::CallName(call);
+        World().files.KillAfterBytes(reached);
+        EXPECT_THROW(CreateFile_ZantirIni(), sim::Killed) << reached;
+        EXPECT_FALSE(World().files.Exists("SAT.ini")) << reached;
     }
 }
 

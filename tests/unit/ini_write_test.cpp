@@ -209,12 +209,29 @@ TEST_F(IniWrite, WithoutMemoryNothingIsWritten) {
     EXPECT_FALSE(World().files.Exists("w.ini"));
 }
 
+TEST_F(IniWrite, AProcessKilledWhileAValueIsChangedLeavesTheOldFileOrTheNewOne) {
+    const std::string old = "[S]\nA=1\nB=2\n";
+    for (const int64_t reached : {0, 1, 5, 12}) {
+        Load();
+        World().files.SetText("w.ini", old);
+        World().files.KillAfterBytes(reached);
+        EXPECT_THROW(VKO_SetIniFileValue("w.ini", "S", "A", "345"), sim::Killed) << reached;
+        EXPECT_EQ(FileText("w.ini"), old) << reached;
+    }
+    Load();
+    World().files.SetText("w.ini", old);
+    EXPECT_EQ(VKO_SetIniFileValue("w.ini", "S", "A", "345"), INI_FILE_ITEM_CHANGED);
+    EXPECT_EQ(FileText("w.ini"), "[S]\nA=345\nB=2\n");
+}
+
 TEST_F(IniWrite, AFileThatCannotBeReopenedIsReportedByTheStepThatNeedsIt) {
     struct Reopen {
         const char* text;
         const char* value;
         int rc;
         std::string line;
+        sim::Call call = sim::Call::FileReplace;
+        uint64_t n = 1;
     };
     const std::string notFound = "ER:INI_FILE_ERR_NOT_FOUND fopen() Fail";
     const Reopen rows[] = {
@@ -222,12 +239,13 @@ TEST_F(IniWrite, AFileThatCannotBeReopenedIsReportedByTheStepThatNeedsIt) {
         {"[S]\nA=1\n", nullptr, -301, Failure("-00301", notFound, "=NULL")},
         {"[S]\n\n[T]\n", "2", -301, Failure("-00301", notFound, "[2]")},
         {"[S]\n\n[T]\n", "", -301, Failure("-00301", notFound, "=NULL")},
-        {"[S]\nB=1\n", "2", -301, Failure("-00301", notFound, "[2]")},
-        {"[T]\n", "2", -401, Failure("-00401", "ER:INI_FILE_ERR_CREATE fopen Fail", "[2]")},
+        {"[S]\nB=1\n", "2", -301, Failure("-00301", notFound, "[2]"), sim::Call::FileOpen, 2},
+        {"[T]\n", "2", -401, Failure("-00401", "ER:INI_FILE_ERR_CREATE fopen Fail", "[2]"),
+         sim::Call::FileOpen, 2},
     };
     for (const Reopen& row : rows) {
         World().files.SetText("w.ini", row.text);
-        World().faults.FailNth(sim::Call::FileOpen, 2);
+        World().faults.FailNth(row.call, row.n);
         EXPECT_EQ(VKO_SetIniFileValue("w.ini", "S", "A", row.value), row.rc) << row.text;
         EXPECT_EQ(TakeLog(), row.line);
         EXPECT_EQ(FileText("w.ini"), row.text);

@@ -73,14 +73,14 @@ TEST_F(Startup, TheCreatedLineIsWrittenWhereLevelsAreKnownAlready) {
 
 TEST_F(Startup, AnIniThatCannotBeCreatedIsReported) {
     StartLog();
-    World().faults.FailNth(sim::Call::FileOpen, 1);
+    World().faults.FailNth(sim::Call::FileReplace, 1);
     EXPECT_EQ(init_global_sat_struct(), 0);
     EXPECT_THAT(Log(),
                 Contains("ERR [init_global_sat_struct]--- rc[-00001]ER ConfigFile[SAT.ini]NotCreated!!!\n"));
 }
 
 TEST_F(Startup, WithoutAnyIniTheLibraryWorksWithItsDefaults) {
-    World().faults.FailAlways(sim::Call::FileOpen);
+    World().faults.FailAlways(sim::Call::FileReplace);
     sim::HonestDevice device = DeviceThatSays("ok");
     AttachDevice(&device);
     EXPECT_STREQ(ConsultarSAT(1), "ok");

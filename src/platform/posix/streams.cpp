@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "../platform.h"
 #include "last_error.h"
@@ -16,22 +17,35 @@ static FILE* Stream(plat_file* file) {
     return reinterpret_cast<FILE*>(file);
 }
 
+/** Whether an open descriptor is a file that can be read or written without waiting for anybody. */
+static bool IsPlainFile(int descriptor) {
+    struct stat status = {};
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/** The flags of open that a mode of fopen stands for. */
+static int OpenFlags(const char* mode) {
+    if (mode[0] == 'r') return O_RDONLY;
+    const int access = strchr(mode, '+') != nullptr ? O_RDWR : O_WRONLY;
+    return access | O_CREAT | (mode[0] == 'a' ? O_APPEND : O_TRUNC);
+}
+
 plat_file* plat_file_open(const char* path, const char* mode) {
     const PosixPath name = ToPosixPath(path);
     if (!name.valid) return nullptr;
 
-    char mode_without_inheritance[8];
-    snprintf(mode_without_inheritance, sizeof mode_without_inheritance, "%.6se", mode);
-    FILE* stream = fopen(name.text, mode_without_inheritance);
-    if (stream == nullptr) {
+    // A pipe under the file's name would hold the open until somebody comes to its other end, and a folder
+    // would open for reading and only fail later.
+    const int descriptor = open(name.text, OpenFlags(mode) | O_CLOEXEC | O_NONBLOCK, 0666);
+    if (descriptor < 0) {
         SetLastErrno(errno);
         return nullptr;
     }
-    // Reading a folder opens here and only fails later; the engine expects the open to fail.
-    struct stat status = {};
-    if (fstat(fileno(stream), &status) == 0 && S_ISDIR(status.st_mode)) {
-        fclose(stream);
-        SetLastErrno(EACCES);
+    const bool plain = mode[0] != 'r' || IsPlainFile(descriptor);
+    FILE* stream = plain ? fdopen(descriptor, mode) : nullptr;
+    if (stream == nullptr) {
+        SetLastErrno(plain ? errno : EACCES);
+        close(descriptor);
         return nullptr;
     }
     return reinterpret_cast<plat_file*>(stream);
@@ -68,7 +82,8 @@ int plat_append_open(const char* path) {
     const PosixPath name = ToPosixPath(path);
     if (!name.valid) return -1;
 
-    int descriptor = open(name.text, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    int descriptor =
+        open(name.text, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, S_IRUSR | S_IWUSR);
     if (descriptor == 0) {
         // A program without standard input would give 0, which the engine takes for "not open".
         descriptor = fcntl(0, F_DUPFD_CLOEXEC, 3);
