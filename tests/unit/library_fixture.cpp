@@ -3,6 +3,8 @@
 #include <cstring>
 #include <regex>
 
+#include "fresh_library.h"
+
 std::string MaskFronts(const std::string& log) {
     static const std::regex front(
         R"(\[\d\d:\d\d:\d\d\.\d\d\d\](\w{3}) \[\d{4}\] \[?[^ \]]*\]? \[?([A-Za-z_0-9]+)\]?)");
@@ -10,21 +12,7 @@ std::string MaskFronts(const std::string& log) {
 }
 
 void Library::Load() {
-    World().Reset();
-    World().clock.SetUtc(2026, 11, 20, 15, 4, 5, 6);
-    gl_tSat = {};
-    gl_hComm = PLAT_INVALID_HANDLE;
-    gl_tLogSettings = {};
-    gl_tLogFlags = {};
-    gl_pLogBaseName = "vko_utils.log";
-    gl_iFd = 0;
-    gl_bProtocolLineFormatted = false;
-    gl_tLinkClock = {};
-    gl_hLeftOpenSearch = PLAT_INVALID_HANDLE;
-    ResetCommandTimeouts();
-    tSatRetCodeTbl[0].iCode = 4000;
-    BufferClear(gl_strSatRsp, GL_DEF_MAX_SAT_PKT_SIZE);
-    BufferClear(gl_strRcvArea, BUFFER_SIZE);
+    LoadFreshLibrary();
 }
 
 void Library::WriteIni(const std::string& text) {
