@@ -17,6 +17,8 @@ constexpr int64_t kSecondUs = 1'000'000;
 constexpr int64_t kShortReadUs = 2'000;
 /** What a write of a block that the port does not take costs: 1 ms a byte and a second. */
 constexpr int64_t kLongWriteUs = 17'384'000;
+/** What the bytes of a command may take in all. */
+constexpr int64_t kCommandLimitUs = 1800 * kSecondUs;
 
 struct Answer {
     std::string bytes;
@@ -92,7 +94,7 @@ Wait WaitBehind(const InputDevice& device, size_t block, size_t read_in_all) {
 }
 
 /** The result that follows from what went over the line. */
-int Outcome(const InputDevice& device, size_t read_in_all) {
+int Outcome(const InputDevice& device, size_t read_in_all, int64_t start_us) {
     const int64_t now_us = sim::world().clock.NowUs();
     for (size_t block = 0; block < device.ends.size(); ++block) {
         const Wait wait = WaitBehind(device, block, read_in_all);
@@ -106,6 +108,7 @@ int Outcome(const InputDevice& device, size_t read_in_all) {
         return -1;
     }
     if (device.received.size() == device.frame_size) return static_cast<int>(device.frame_size);
+    if (now_us - start_us > kCommandLimitUs) return -1007;
     fuzz::ExpectWithin("time for the write", now_us - device.last_write_us, 2 * kSecondUs,
                        3 * kSecondUs + 2 * kLongWriteUs);
     return -1007;
@@ -133,14 +136,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     char* const packet = static_cast<char*>(malloc(frame.size()));
     if (packet == nullptr) abort();
     buffer.copy(packet, buffer.size());
+    const int64_t start_us = sim::world().clock.NowUs();
     const int result = cSerialWriteBufW(packet, length, &port.handle);
     const std::string left(packet, frame.size());
     free(packet);
 
     ExpectEqual("the buffer holds the frame", left, frame);
     ExpectEqual("what went out", device.received, frame.substr(0, device.received.size()));
-    ExpectEqual("the result", result, Outcome(device, port.line.Record().bytes_read));
-    if (result == -1007) ExpectEqual("what the port took", device.received.size(), most);
+    ExpectEqual("the result", result, Outcome(device, port.line.Record().bytes_read, start_us));
+    const int64_t time_us = sim::world().clock.NowUs() - start_us;
+    fuzz::ExpectWithin("the time of the call", time_us, int64_t{0}, kCommandLimitUs + 3 * kLongWriteUs);
+    if (result == -1007 && time_us < kCommandLimitUs)
+        ExpectEqual("what the port took", device.received.size(), most);
     if (result > 0) Expect(most >= frame.size(), "a frame that the port took whole");
     ExpectEqual("allocations", sim::world().LiveAllocations(), allocations);
     return 0;
