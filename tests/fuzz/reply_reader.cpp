@@ -105,6 +105,7 @@ struct Reading {
     void Take(const Heard& heard) {
         Expect(!accepted, "nothing is sent behind the last acknowledgement");
         const std::string bytes = device.sent.substr(begin, heard.read - begin);
+        ExpectNothingBeyondBlock(bytes.size());
         size_t etx = 0;
         const Verdict verdict = Judge(bytes, limit, &etx);
         if (heard.byte == sim::kAck && verdict == Verdict::Good) {
@@ -125,10 +126,16 @@ struct Reading {
         }
     }
 
+    /** Before a block is acknowledged nothing of the next one is read. */
+    void ExpectNothingBeyondBlock(size_t bytes) const {
+        Expect(bytes <= (blocks + 1) * sim::kBlockSize, "each full block is acknowledged");
+    }
+
     /** The call gave up without a refusal: the reply took too long, or nothing came in time, measured in
      * whole seconds. */
     void CheckGivenUp(size_t read, int64_t start_us) const {
         const int64_t now_us = sim::world().clock.NowUs();
+        ExpectNothingBeyondBlock(read - begin);
         if (read > begin) {
             Expect(now_us - start_us > kReplyLimitUs, "an attempt in which bytes came is refused");
             return;
