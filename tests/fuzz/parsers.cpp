@@ -1,5 +1,5 @@
 /*
- * The command and reply parsers and the splitter below them.
+ * The command and reply parsers, the splitter below them, and the codec that makes the packets.
  */
 #include <algorithm>
 #include <cstring>
@@ -62,6 +62,21 @@ void CheckPacketParsers(const std::string& packet) {
     ExpectEqual("fields of a command packet", SAT_API_CmdPktParcer(copy.get(), length), fields);
     ExpectEqual("fields of a reply packet", SAT_API_RspPktParcer(copy.get(), length), fields);
     ExpectEqual("the packet is left alone", std::string(copy.get(), packet.size()), packet);
+}
+
+/** The frame of a text. A message of fewer than three characters always has the checksum 0. */
+void CheckCodec(const std::string& text) {
+    const std::string message = "\x02" + text;
+    std::string expected = fuzz::ReferenceFrame(text);
+    if (message.find('\0') < 3 || message.size() < 3) expected[expected.size() - 2] = '\0';
+    const auto copy = ExactCopy(message, true);
+    std::string frame(message.size() + 2, '?');
+    int32_t length = -7;
+    const auto size = static_cast<int32_t>(message.size());
+    ExpectEqual("the frame's length", SAT_API_CreatePacket(copy.get(), size, frame.data(), &length),
+                static_cast<int32_t>(frame.size()));
+    ExpectEqual("the stored length", length, static_cast<int32_t>(frame.size()));
+    ExpectEqual("the frame", frame, expected);
 }
 
 void CheckArgumentParser(const std::string& text) {
@@ -136,6 +151,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CheckSplitter(packet, true);
     CheckSplitter(packet, false);
     CheckPacketParsers(packet);
+    CheckCodec(packet);
     CheckArgumentParser(text);
     CheckReplyParser(input, text);
     ExpectEqual("allocations", sim::world().LiveAllocations(), int64_t{0});
