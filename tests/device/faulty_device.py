@@ -11,7 +11,9 @@ import time
 from frames import ACK, BLOCK, ETX, NAK, STX, blocks, checksum, filler, frame, spoilt
 from line import LineError
 
-# What the device did with one command, under its session number.
+# What the device did with one command, under its session number. `acknowledged` says that the caller must have got the
+# reply: it acknowledged it in the first transmission that was not spoiled. In a later one, bytes of the one before may
+# still be on their way, and an acknowledgement may belong to those.
 Served = collections.namedtuple("Served", "fault reply acknowledged")
 
 # Faults and how often each is drawn. Those that cost the caller seconds are rare, so that a run stays short.
@@ -151,12 +153,12 @@ class FaultyDevice(threading.Thread):
     # -- the reply
 
     def _send(self, fault, good):
-        """Whether the caller acknowledged the reply to its end."""
+        """Whether the caller acknowledged the first good transmission of the reply to its end."""
         spoiled = {"wrong checksum": 1, "corrupted byte": 1, "first byte lost": 1, "stall": 1,
                    "three wrong checksums": 3}.get(fault, 0)
         for attempt in range(3):
             if self._send_once(self._spoil(fault, good) if attempt < spoiled else good, fault):
-                return True
+                return attempt == spoiled
         return False
 
     def _spoil(self, fault, good):
