@@ -41,6 +41,12 @@ TEST(Decimal, TellsAnOverflow) {
     EXPECT_TRUE(MultiplyScaled(LLONG_MAX, 1, 2, true, &product));
 }
 
+TEST(Decimal, SharesAreExactFarBeyondSixtyFourBits) {
+    EXPECT_EQ(ShareOf(100, 1, 3), 33);
+    EXPECT_EQ(ShareOf(1, 1, 2), 1);
+    EXPECT_EQ(ShareOf(999999999999999, 999999999999999, 999999999999999), 999999999999999);
+}
+
 TEST(Decimal, FormatsCents) {
     EXPECT_EQ(FormatCents(0), "0.00");
     EXPECT_EQ(FormatCents(5), "0.05");

@@ -51,4 +51,14 @@ TEST(FiscalKey, Digits) {
     EXPECT_FALSE(IsDigits("1\xb2", 2));
 }
 
+TEST(Person, LastTwoDigitsMustBeRight) {
+    for (const char* number : {"52998224725", "11144477735", "00000000191"}) {
+        EXPECT_TRUE(IsPerson(number)) << number;
+    }
+    for (const char* number :
+         {"52998224724", "52998224735", "5299822472", "529982247255", "5299822472x", ""}) {
+        EXPECT_FALSE(IsPerson(number)) << number;
+    }
+}
+
 }  // namespace emulator

@@ -49,7 +49,17 @@ TEST(XmlGuard, StopsWhatIsNot) {
                              "<?xml",
                              "<a>\x01</a>",
                              "<![CDATA[x]]><a/>",
-                             "<a b='1'c='2'/>"}) {
+                             "<a b='1'c='2'/>",
+                             "<1a/>",
+                             "<a -b='1'/>",
+                             "<a>&</a>",
+                             "<a>b & c</a>",
+                             "<a>&copy;</a>",
+                             "<a>&#;</a>",
+                             "<a>&#x;</a>",
+                             "<a>&#12a;</a>",
+                             "<a>&#99999999;</a>",
+                             "<a b='&'/>"}) {
         EXPECT_FALSE(IsSafeXml(text)) << text;
         EXPECT_EQ(ParseXml(text), nullptr) << text;
     }
@@ -80,7 +90,42 @@ TEST(Xml, PrintsWhatItRead) {
     const auto xml = ParseXml("<a x=\"1\"><b>&lt;c&gt; &amp; d</b><e/></a>");
     ASSERT_NE(xml, nullptr);
     EXPECT_EQ(PrintXml(*xml),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?><a x=\"1\"><b>&lt;c&gt; &amp; d</b><e/></a>");
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?><a x=\"1\"><b>&lt;c&gt; &amp; d</b><e></e></a>");
+}
+
+TEST(Xml, WhatCannotBeWrittenAgainIsNotRead) {
+    for (const char* text : {"<a>&#0;</a>", "<a>&#1;</a>", "<a b='&#8;'/>", "<a>&#xD800;</a>", "<a>\xff</a>",
+                             "<a>\xc3</a>", "<a>\xc0\x80</a>", "<a>\xed\xa0\x80</a>", "<a>\xef\xbf\xbf</a>",
+                             "<a>\xe0\x80\x80</a>", "<a>\xf0\x80\x80\x80</a>", "<a>\xf4\x90\x80\x80</a>",
+                             "<a b='1' b='2'/>", "<?xml version='1.0' encoding='UTF-16'?><a/>"}) {
+        EXPECT_EQ(ParseXml(text), nullptr) << text;
+    }
+    for (const char* text : {"<a>\xc3\xa7\xe2\x82\xac\xf0\x9f\x98\x80</a>", "<a>&#x20AC;&#233;&apos;</a>",
+                             "<?xml version='1.0' encoding='iso-8859-1'?><a>\xe7</a>"}) {
+        EXPECT_NE(ParseXml(text), nullptr) << text;
+    }
+}
+
+TEST(Xml, AttributesWithoutEndAreNotRead) {
+    std::string text = "<a";
+    for (int i = 0; i < 65; ++i) {
+        text += " b" + std::to_string(i) + "='1'";
+    }
+    EXPECT_EQ(ParseXml(text + "/>"), nullptr);
+}
+
+TEST(Xml, IsWrittenInOneCanonicalWay) {
+    const auto xml = ParseXml(
+        "<?xml version='1.0' encoding='ISO-8859-1' standalone='no'?><!-- x --><r b='&quot;&#10;&gt;' a=\"'\" xmlns='u'>"
+        "<e/><![CDATA[<&>]]>t&#13;\"'<?pi x?></r>");
+    ASSERT_NE(xml, nullptr);
+    const std::string text = PrintXml(*xml);
+    EXPECT_EQ(text,
+              "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>"
+              "<r xmlns=\"u\" a=\"'\" b=\"&quot;&#xA;>\"><e></e>&lt;&amp;&gt;t&#xD;\"'</r>");
+    const auto again = ParseXml(text);
+    ASSERT_NE(again, nullptr);
+    EXPECT_EQ(PrintXml(*again), text);
 }
 
 }  // namespace emulator

@@ -34,6 +34,11 @@ bool MultiplyScaled(int64_t left, int64_t right, int drop, bool round, int64_t* 
     return true;
 }
 
+int64_t ShareOf(int64_t part, int64_t value, int64_t whole) {
+    const __int128 product = static_cast<__int128>(part) * value;
+    return static_cast<int64_t>((product * 2 + whole) / (static_cast<__int128>(whole) * 2));
+}
+
 std::string FormatCents(int64_t cents) {
     return std::to_string(cents / 100) + "." + Padded(cents % 100, 2);
 }

@@ -19,6 +19,9 @@ bool ParseDecimal(std::string_view text, int decimals, int64_t* scaled);
  * overflows. */
 bool MultiplyScaled(int64_t left, int64_t right, int drop, bool round, int64_t* product);
 
+/** part x value / whole, to the nearest. All three 0 or above, `whole` not 0, `value` at most `whole`. */
+int64_t ShareOf(int64_t part, int64_t value, int64_t whole);
+
 /** Cents as "12.50". */
 std::string FormatCents(int64_t cents);
 

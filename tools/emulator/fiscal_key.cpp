@@ -33,6 +33,20 @@ bool IsTaxpayer(std::string_view cnpj) {
            cnpj[13] == CheckDigit(cnpj.substr(0, 13));
 }
 
+bool IsPerson(std::string_view cpf) {
+    if (!IsDigits(cpf, 11)) return false;
+    for (const size_t place : {size_t{9}, size_t{10}}) {
+        // Unlike a company's number, a person's has weights that go on rising.
+        int sum = 0;
+        for (size_t i = 0; i < place; ++i) {
+            sum += (cpf[i] - '0') * static_cast<int>(place + 1 - i);
+        }
+        const int digit = 11 - sum % 11;
+        if (cpf[place] != (digit >= 10 ? '0' : static_cast<char>('0' + digit))) return false;
+    }
+    return true;
+}
+
 std::string BuildKey(const KeyParts& parts) {
     std::string key = Padded(parts.state, 2) + Padded(parts.year, 2) + Padded(parts.month, 2);
     key += parts.taxpayer;

@@ -20,6 +20,9 @@ char CheckDigit(std::string_view digits);
 /** True for fourteen digits of which the last two are right. */
 bool IsTaxpayer(std::string_view cnpj);
 
+/** True for eleven digits, a CPF, of which the last two are right. */
+bool IsPerson(std::string_view cpf);
+
 /** What a key is made of. */
 struct KeyParts {
     int state = 0;              ///< IBGE code, two digits

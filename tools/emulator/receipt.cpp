@@ -1,6 +1,9 @@
 #include "receipt.h"
 
+#include "content.h"
 #include "fiscal_key.h"
+#include "reason.h"
+#include "signature.h"
 #include "totals.h"
 #include "xml.h"
 
@@ -8,22 +11,12 @@ namespace emulator {
 
 namespace {
 
-struct Calendar {
-    std::chrono::year_month_day date;
-    std::chrono::hh_mm_ss<std::chrono::seconds> time;
-};
-
-Calendar CalendarOf(LocalTime moment) {
-    const auto day = std::chrono::floor<std::chrono::days>(moment);
-    return {std::chrono::year_month_day(day), std::chrono::hh_mm_ss<std::chrono::seconds>(moment - day)};
-}
-
 std::string KeyOf(const Issue& issue, const std::string& taxpayer) {
-    const Calendar now = CalendarOf(issue.now);
+    const std::chrono::year_month_day date(std::chrono::floor<std::chrono::days>(issue.now));
     KeyParts parts;
     parts.state = issue.state;
-    parts.year = static_cast<int>(now.date.year());
-    parts.month = static_cast<int>(static_cast<unsigned>(now.date.month()));
+    parts.year = static_cast<int>(date.year());
+    parts.month = static_cast<int>(static_cast<unsigned>(date.month()));
     parts.taxpayer = taxpayer;
     parts.serial = issue.serial;
     parts.document = issue.document;
@@ -31,31 +24,13 @@ std::string KeyOf(const Issue& issue, const std::string& taxpayer) {
     return BuildKey(parts);
 }
 
-// The element "infCFe" of a text with the given root; NULL, and `problem` says why, when it is not one.
-Element* Information(const Xml* xml, const char* root_name, std::string* problem) {
-    if (xml == nullptr) {
-        *problem = "XML malformado";
-        return nullptr;
+// Inserts an element in front of `place`, instead of whatever the caller has under that name.
+void Replace(Xml& xml, Element* parent, Element* place, const char* name, std::string_view text) {
+    while (place != nullptr && NameOf(place) == name) {
+        place = place->next_sibling();
     }
-    Element* information = Child(Child(&xml->tree, root_name), "infCFe");
-    if (information == nullptr) *problem = std::string(root_name) + "/infCFe ausente";
-    return information;
-}
-
-std::string CheckSeller(const Element* information, const Issue& issue, std::string* taxpayer) {
-    *taxpayer = ChildText(Child(information, "emit"), "CNPJ");
-    if (!IsTaxpayer(*taxpayer)) return "CNPJ do emitente invalido";
-    if (!issue.taxpayer.empty() && *taxpayer != issue.taxpayer)
-        return "CNPJ do emitente difere do contribuinte";
-    return {};
-}
-
-std::string CheckBuyer(const Element* information, std::string* buyer) {
-    const Element* target = Child(information, "dest");
-    *buyer = ChildText(target, "CPF");
-    if (!buyer->empty()) return IsDigits(*buyer, 11) ? std::string() : "CPF do destinatario invalido";
-    *buyer = ChildText(target, "CNPJ");
-    return buyer->empty() || IsTaxpayer(*buyer) ? std::string() : "CNPJ do destinatario invalido";
+    RemoveChildren(parent, name);
+    InsertBefore(xml, parent, place, name, text);
 }
 
 // The identification that a device puts in front of the caller's own, in the order of the layout.
@@ -69,11 +44,10 @@ void WriteIdentification(Xml& xml, Element* identification, const Issue& issue, 
         {"nserieSAT", issue.serial},   {"nCFe", Padded(issue.document, 6)}, {"dEmi", DateText(issue.now)},
         {"hEmi", TimeText(issue.now)}, {"cDV", key.substr(43, 1)},          {"tpAmb", "2"},
     };
-    Element* first = identification->first_node();
     for (const auto& row : rows) {
-        InsertBefore(xml, identification, first, row.name, row.text);
+        Replace(xml, identification, Child(identification, "CNPJ"), row.name, row.text);
     }
-    InsertBefore(xml, identification, Child(identification, "numeroCaixa"), "assinaturaQRCODE", issue.proof);
+    Replace(xml, identification, Child(identification, "numeroCaixa"), "assinaturaQRCODE", issue.proof);
 }
 
 void WriteHeader(Xml& xml, Element* information, const Issue& issue, const Receipt& receipt) {
@@ -84,8 +58,12 @@ void WriteHeader(Xml& xml, Element* information, const Issue& issue, const Recei
 
 // The seller's registration stands in the device; a caller sends only the numbers.
 void WriteSeller(Xml& xml, Element* seller) {
+    for (const char* name : {"xNome", "xFant", "enderEmit", "cRegTrib"}) {
+        RemoveChildren(seller, name);
+    }
     Element* place = Child(seller, "CNPJ")->next_sibling();
     InsertBefore(xml, seller, place, "xNome", "EMITENTE DE DEMONSTRACAO LTDA");
+    InsertBefore(xml, seller, place, "xFant", "LOJA DE DEMONSTRACAO");
     Element* address = InsertBefore(xml, seller, place, "enderEmit");
     Append(xml, address, "xLgr", "RUA DO EMULADOR");
     Append(xml, address, "nro", "59");
@@ -94,53 +72,85 @@ void WriteSeller(Xml& xml, Element* seller) {
     Append(xml, address, "CEP", "01001000");
 }
 
-// Every group that the layout demands.
-std::string CheckGroups(const Element* information, std::initializer_list<const char*> names) {
-    for (const char* name : names) {
-        if (Child(information, name) == nullptr) return std::string(name) + " ausente";
+// The seller's tax regime, in its place between the numbers and what the caller says about services.
+void WriteRegime(Xml& xml, Element* seller) {
+    const bool has_service_regime = Child(seller, "cRegTribISSQN") != nullptr;
+    Element* place = Child(seller, has_service_regime ? "cRegTribISSQN" : "indRatISSQN");
+    InsertBefore(xml, seller, place, "cRegTrib", "3");
+}
+
+// Who made the application, as far as the text tells: the device compares it with what was linked.
+void NoteApplication(const Element* information, Receipt* receipt) {
+    const Element* identification = Child(information, "ide");
+    receipt->application = ChildText(identification, "CNPJ");
+    receipt->application_signature = ChildText(identification, "signAC");
+}
+
+void Finish(Xml& xml, Element* information, const Issue& issue, Receipt* receipt) {
+    AppendSignature(xml, information, {issue.signature, issue.certificate});
+    receipt->xml = PrintXml(xml);
+}
+
+std::string Reckon(Xml& xml, Element* information) {
+    Totals totals;
+    std::string problem = AddItems(xml, information, &totals);
+    if (problem.empty()) problem = WriteTotals(xml, Child(information, "total"), totals);
+    if (problem.empty()) problem = WriteChange(xml, Child(information, "pgto"), totals.receipt);
+    return problem;
+}
+
+// What a cancellation may repeat of its sale, and must then repeat rightly.
+std::string CheckAgainstSale(const Element* information, const Receipt& sale) {
+    const Element* seller = Child(information, "emit");
+    const Element* total = Child(information, "total");
+    const Element* buyer = Child(information, "dest");
+    if (Child(seller, "CNPJ") != nullptr && ChildText(seller, "CNPJ") != sale.taxpayer) {
+        return Wrong("emit/CNPJ", sale.taxpayer, ChildText(seller, "CNPJ"));
+    }
+    if (FirstElement(buyer) != nullptr && BuyerOf(information) != sale.buyer) {
+        return Wrong("dest", sale.buyer.empty() ? "nenhum CPF ou CNPJ" : sale.buyer, BuyerOf(information));
+    }
+    if (Child(total, "vCFe") != nullptr && ChildText(total, "vCFe") != sale.total) {
+        return Wrong("total/vCFe", sale.total, ChildText(total, "vCFe"));
     }
     return {};
 }
 
+// The parties and the total of the sale that is cancelled.
+void RepeatSale(Xml& xml, Element* information, const Receipt& sale) {
+    Element* seller = Child(information, "emit");
+    Replace(xml, seller, seller->first_node(), "CNPJ", sale.taxpayer);
+    WriteSeller(xml, seller);
+    Element* buyer = Child(information, "dest");
+    if (FirstElement(buyer) == nullptr && !sale.buyer.empty()) {
+        Append(xml, buyer, sale.buyer.size() == 11 ? "CPF" : "CNPJ", sale.buyer);
+    }
+    Replace(xml, Child(information, "total"), nullptr, "vCFe", sale.total);
+}
+
 }  // namespace
-
-std::string DateText(LocalTime time) {
-    const auto date = CalendarOf(time).date;
-    return Padded(static_cast<int>(date.year()), 4) + Padded(static_cast<unsigned>(date.month()), 2) +
-           Padded(static_cast<unsigned>(date.day()), 2);
-}
-
-std::string TimeText(LocalTime time) {
-    const auto clock = CalendarOf(time).time;
-    return Padded(clock.hours().count(), 2) + Padded(clock.minutes().count(), 2) +
-           Padded(clock.seconds().count(), 2);
-}
-
-std::string TimeStamp(LocalTime time) {
-    return DateText(time) + TimeText(time);
-}
 
 std::string IssueSale(std::string_view sale, const Issue& issue, Receipt* receipt) {
     const auto xml = ParseXml(sale);
     std::string problem;
     Element* information = Information(xml.get(), "CFe", &problem);
     if (information == nullptr) return problem;
-    problem = CheckGroups(information, {"ide", "emit", "dest", "det", "total", "pgto"});
-    if (problem.empty()) problem = CheckSeller(information, issue, &receipt->taxpayer);
-    if (problem.empty()) problem = CheckBuyer(information, &receipt->buyer);
-    Totals totals;
-    if (problem.empty()) problem = AddItems(*xml, information, &totals);
-    if (problem.empty()) problem = WriteChange(*xml, Child(information, "pgto"), totals.receipt);
+    problem = CheckSale(information, issue.taxpayer);
+    if (problem.empty()) problem = Reckon(*xml, information);
     if (!problem.empty()) return problem;
 
+    Element* seller = Child(information, "emit");
+    receipt->taxpayer = ChildText(seller, "CNPJ");
+    receipt->buyer = BuyerOf(information);
+    receipt->total = ChildText(Child(information, "total"), "vCFe");
     receipt->key = KeyOf(issue, receipt->taxpayer);
     receipt->issued = issue.now;
-    WriteTotals(*xml, Child(information, "total"), totals);
-    receipt->total = ChildText(Child(information, "total"), "vCFe");
+    NoteApplication(information, receipt);
     WriteHeader(*xml, information, issue, *receipt);
     WriteIdentification(*xml, Child(information, "ide"), issue, *receipt);
-    WriteSeller(*xml, Child(information, "emit"));
-    receipt->xml = PrintXml(*xml);
+    WriteSeller(*xml, seller);
+    WriteRegime(*xml, seller);
+    Finish(*xml, information, issue, receipt);
     return {};
 }
 
@@ -151,31 +161,27 @@ std::string IssueCancellation(std::string_view cancellation, const Receipt& sale
     *other_receipt = false;
     Element* information = Information(xml.get(), "CFeCanc", &problem);
     if (information == nullptr) return problem;
-    problem = CheckGroups(information, {"ide", "emit", "dest", "total"});
+    const std::string key = AttributeText(information, "chCanc");
+    *other_receipt = !key.empty() && key != "CFe" + sale.key;
+    if (key != "CFe" + sale.key) return Wrong("infCFe/chCanc", "CFe" + sale.key, key);
+    problem = CheckCancellation(information);
+    if (problem.empty()) problem = CheckAgainstSale(information, sale);
     if (!problem.empty()) return problem;
-    if (AttributeText(information, "chCanc") != "CFe" + sale.key) {
-        *other_receipt = true;
-        return "chCanc nao corresponde ao ultimo CF-e";
-    }
 
     receipt->taxpayer = sale.taxpayer;
     receipt->buyer = sale.buyer;
     receipt->total = sale.total;
     receipt->issued = issue.now;
     receipt->key = KeyOf(issue, sale.taxpayer);
+    NoteApplication(information, receipt);
     WriteHeader(*xml, information, issue, *receipt);
     Element* identification = Child(information, "ide");
     WriteIdentification(*xml, identification, issue, *receipt);
     // The date and time of the sale that is cancelled; the cancellation's own stand in "ide".
-    InsertBefore(*xml, information, identification, "dEmi", DateText(sale.issued));
-    InsertBefore(*xml, information, identification, "hEmi", TimeText(sale.issued));
-    RemoveChildren(Child(information, "emit"), "CNPJ");
-    Element* seller = Child(information, "emit");
-    InsertBefore(*xml, seller, seller->first_node(), "CNPJ", sale.taxpayer);
-    WriteSeller(*xml, seller);
-    RemoveChildren(Child(information, "total"), "vCFe");
-    Append(*xml, Child(information, "total"), "vCFe", sale.total);
-    receipt->xml = PrintXml(*xml);
+    Replace(*xml, information, identification, "dEmi", DateText(sale.issued));
+    Replace(*xml, information, identification, "hEmi", TimeText(sale.issued));
+    RepeatSale(*xml, information, sale);
+    Finish(*xml, information, issue, receipt);
     return {};
 }
 

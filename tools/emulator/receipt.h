@@ -4,34 +4,25 @@
  */
 #pragma once
 
-#include <chrono>
 #include <string>
 #include <string_view>
 
+#include "moment.h"
+
 namespace emulator {
-
-/** A moment in the machine's own time zone. */
-using LocalTime = std::chrono::local_seconds;
-
-/** AAAAMMDD. */
-std::string DateText(LocalTime time);
-
-/** HHMMSS. */
-std::string TimeText(LocalTime time);
-
-/** AAAAMMDDHHMMSS. */
-std::string TimeStamp(LocalTime time);
 
 /** What the device adds to a receipt of its own. */
 struct Issue {
     LocalTime now;
-    int state = 0;         ///< IBGE code
-    std::string serial;    ///< the device's number, nine digits
-    std::string software;  ///< version of the device's software, six digits
-    std::string taxpayer;  ///< CNPJ that a sale must carry, fourteen digits; empty accepts any that is valid
-    std::string proof;     ///< text of assinaturaQRCODE
-    int document = 0;      ///< number of the receipt
-    int random = 0;        ///< the key's random number
+    int state = 0;          ///< IBGE code
+    std::string serial;     ///< the device's number, nine digits
+    std::string software;   ///< version of the device's software, six digits
+    std::string taxpayer;   ///< CNPJ that a sale must carry, fourteen digits; empty accepts any that is valid
+    std::string proof;      ///< text of assinaturaQRCODE
+    std::string signature;  ///< text of the XML signature's value
+    std::string certificate;  ///< text of the XML signature's certificate
+    int document = 0;         ///< number of the receipt
+    int random = 0;           ///< the key's random number
 };
 
 /** A receipt as the device issued it. */
@@ -42,6 +33,8 @@ struct Receipt {
     std::string total;     ///< such as "12.50"
     std::string buyer;     ///< CPF or CNPJ of the buyer; empty when there is none
     LocalTime issued;
+    std::string application;            ///< CNPJ of the application's maker, as the caller's text has it
+    std::string application_signature;  ///< signAC, as the caller's text has it
 };
 
 /** Issues the receipt of a sale. Returns an empty text, or what is wrong with the sale. */

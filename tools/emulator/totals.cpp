@@ -1,177 +1,242 @@
 #include "totals.h"
 
+#include <span>
+#include <vector>
+
+#include "amounts.h"
+#include "content.h"
 #include "decimal.h"
+#include "reason.h"
+#include "taxes.h"
 
 namespace emulator {
 
 namespace {
 
-// No receipt is worth more; sums of so many items stay far below what 64 bits hold.
-constexpr int64_t LARGEST_AMOUNT = 999999999999999;
-
-std::string Wrong(const char* name) {
-    return std::string(name) + " invalido";
-}
-
-// An amount of money that may be missing, which counts as 0.
-bool OptionalCents(const Element* parent, const char* name, int64_t* cents) {
-    *cents = 0;
-    return Child(parent, name) == nullptr || ParseDecimal(ChildText(parent, name), 2, cents);
-}
-
-bool AddUp(int64_t* sum, int64_t amount) {
-    *sum += amount;
-    return *sum >= 0 && *sum <= LARGEST_AMOUNT;
-}
-
-// Quantity (4 decimals) times unit price (3 decimals), rounded or cut off as indRegra says.
-std::string ItemProduct(const Element* product, int64_t* value) {
-    int64_t quantity = 0;
-    int64_t price = 0;
-    const std::string rule = ChildText(product, "indRegra");
-    if (!ParseDecimal(ChildText(product, "qCom"), 4, &quantity)) return Wrong("qCom");
-    if (!ParseDecimal(ChildText(product, "vUnCom"), 3, &price)) return Wrong("vUnCom");
-    if (rule != "A" && rule != "T") return Wrong("indRegra");
-    return MultiplyScaled(quantity, price, 5, rule == "A", value) ? std::string() : Wrong("vProd");
-}
-
-std::string AddProduct(Xml& xml, Element* product, Totals* totals, int64_t* item) {
-    int64_t value = 0;
+// An item and what it is worth, in cents.
+struct Item {
+    std::string path;  // "det 3"
+    Element* product = nullptr;
+    Element* taxes = nullptr;
+    int64_t price = 0;  // quantity times unit price
     int64_t discount = 0;
     int64_t other = 0;
-    std::string problem = ItemProduct(product, &value);
+    int64_t shared_discount = 0;   // of the discount on the whole sale
+    int64_t shared_surcharge = 0;  // of the surcharge on the whole sale
+
+    // What the item costs before and after its shares.
+    int64_t Own() const { return price - discount + other; }
+    int64_t Net() const { return Own() - shared_discount + shared_surcharge; }
+};
+
+// Quantity (4 decimals) times unit price (3 decimals), rounded or cut off as indRegra says.
+std::string ReadPrice(const Element* product, const std::string& path, int64_t* price) {
+    int64_t quantity = 0;
+    int64_t unit_price = 0;
+    std::string problem = ReadValue(product, path, "qCom", 4, &quantity);
+    if (problem.empty()) problem = ReadValue(product, path, "vUnCom", 3, &unit_price);
     if (!problem.empty()) return problem;
-    if (!OptionalCents(product, "vDesc", &discount) || discount > value) return Wrong("vDesc");
-    if (!OptionalCents(product, "vOutro", &other)) return Wrong("vOutro");
-    *item = value - discount + other;
-    RemoveChildren(product, "vProd");
-    RemoveChildren(product, "vItem");
-    InsertBefore(xml, product, Child(product, "indRegra"), "vProd", FormatCents(value));
-    InsertBefore(xml, product, Child(product, "obsFiscoDet"), "vItem", FormatCents(*item));
-    const bool fits = AddUp(&totals->products, value) && AddUp(&totals->discounts, discount) &&
-                      AddUp(&totals->others, other) && AddUp(&totals->receipt, *item);
-    return fits ? std::string() : Wrong("vProd");
+    if (Child(product, "indRegra") == nullptr) return Missing(path + "/indRegra");
+    const std::string rule = ChildText(product, "indRegra");
+    if (rule != "A" && rule != "T") return Wrong(path + "/indRegra", "A ou T", rule);
+    if (MultiplyScaled(quantity, unit_price, 5, rule == "A", price)) return {};
+    return Wrong(path + "/vProd", "valor que caiba no cupom", "valor grande demais");
 }
 
-// A tax by value (base and rate) or by quantity. No rate means no tax; a rate that is wrong is told.
-struct TaxRule {
-    const char* group;       // child of "imposto"
-    const char* rate;        // element of the rate, behind a base
-    int rate_decimals;       // decimals of the rate that are not percent
-    const char* value;       // element that the device adds
-    int64_t Totals::*total;  // where it is added up
-};
-
-constexpr TaxRule TAX_RULES[] = {
-    {"PIS", "pPIS", 4, "vPIS", &Totals::pis},
-    {"PISST", "pPIS", 4, "vPIS", &Totals::pis_st},
-    {"COFINS", "pCOFINS", 4, "vCOFINS", &Totals::cofins},
-    {"COFINSST", "pCOFINS", 4, "vCOFINS", &Totals::cofins_st},
-};
-
-// The element that holds a tax's rate: PIS and COFINS have one more level than PISST and COFINSST.
-Element* RateHolder(Element* group, const char* rate) {
-    if (group == nullptr || Child(group, rate) || Child(group, "vAliqProd")) return group;
-    return group->first_node();
-}
-
-std::string AddContribution(Xml& xml, const Element* taxes, const TaxRule& rule, Totals* totals) {
-    Element* holder = RateHolder(Child(taxes, rule.group), rule.rate);
-    int64_t base = 0;
-    int64_t rate = 0;
-    int64_t value = 0;
-    if (Child(holder, rule.rate) != nullptr) {
-        if (!ParseDecimal(ChildText(holder, "vBC"), 2, &base)) return Wrong("vBC");
-        if (!ParseDecimal(ChildText(holder, rule.rate), rule.rate_decimals, &rate)) return Wrong(rule.rate);
-        if (!MultiplyScaled(base, rate, 4, true, &value)) return Wrong(rule.value);
-    } else if (Child(holder, "vAliqProd") != nullptr) {
-        if (!ParseDecimal(ChildText(holder, "qBCProd"), 4, &base)) return Wrong("qBCProd");
-        if (!ParseDecimal(ChildText(holder, "vAliqProd"), 4, &rate)) return Wrong("vAliqProd");
-        if (!MultiplyScaled(base, rate, 6, true, &value)) return Wrong(rule.value);
-    } else {
-        return {};
-    }
-    RemoveChildren(holder, rule.value);
-    Append(xml, holder, rule.value, FormatCents(value));
-    return AddUp(&(totals->*rule.total), value) ? std::string() : Wrong(rule.value);
-}
-
-// ICMS is a percentage of the item's own value.
-std::string AddIcms(Xml& xml, const Element* taxes, int64_t item, Totals* totals) {
-    const Element* group = Child(taxes, "ICMS");
-    Element* holder = group == nullptr ? nullptr : group->first_node();
-    if (Child(holder, "pICMS") == nullptr) return {};
-    int64_t rate = 0;
-    int64_t value = 0;
-    if (!ParseDecimal(ChildText(holder, "pICMS"), 2, &rate)) return Wrong("pICMS");
-    if (!MultiplyScaled(item, rate, 4, true, &value)) return Wrong("vICMS");
-    RemoveChildren(holder, "vICMS");
-    Append(xml, holder, "vICMS", FormatCents(value));
-    return AddUp(&totals->icms, value) ? std::string() : Wrong("vICMS");
-}
-
-std::string AddItem(Xml& xml, const Element* item, Totals* totals) {
-    Element* product = Child(item, "prod");
-    const Element* taxes = Child(item, "imposto");
-    if (product == nullptr) return "prod ausente";
-    if (taxes == nullptr) return "imposto ausente";
-    int64_t value = 0;
-    std::string problem = AddProduct(xml, product, totals, &value);
-    if (problem.empty()) problem = AddIcms(xml, taxes, value, totals);
-    for (const TaxRule& rule : TAX_RULES) {
-        if (problem.empty()) problem = AddContribution(xml, taxes, rule, totals);
+std::string ReadItem(const Element* element, size_t number, Item* item) {
+    item->path = "det " + std::to_string(number);
+    item->product = Child(element, "prod");
+    item->taxes = Child(element, "imposto");
+    const std::string given = AttributeText(element, "nItem");
+    if (given != std::to_string(number)) return Wrong(item->path + "/nItem", std::to_string(number), given);
+    if (item->product == nullptr) return Missing(item->path + "/prod");
+    if (item->taxes == nullptr) return Missing(item->path + "/imposto");
+    const std::string path = item->path + "/prod";
+    std::string problem = CheckProduct(item->product, path);
+    if (problem.empty()) problem = ReadPrice(item->product, path, &item->price);
+    if (problem.empty()) problem = ReadOptional(item->product, path, "vDesc", &item->discount);
+    if (problem.empty()) problem = ReadOptional(item->product, path, "vOutro", &item->other);
+    if (problem.empty() && item->discount > item->price) {
+        problem =
+            Wrong(path + "/vDesc", "no maximo " + FormatCents(item->price), FormatCents(item->discount));
     }
     return problem;
+}
+
+std::string ReadItems(const Element* sale, std::vector<Item>* items, Totals* totals) {
+    for (const Element* element = Child(sale, "det"); element != nullptr;
+         element = element->next_sibling("det")) {
+        Item item;
+        std::string problem = ReadItem(element, items->size() + 1, &item);
+        if (!problem.empty()) return problem;
+        const bool fits = AddUp(&totals->products, item.price) && AddUp(&totals->discounts, item.discount) &&
+                          AddUp(&totals->others, item.other) && AddUp(&totals->receipt, item.Own());
+        if (!fits) return Wrong(item.path + "/prod/vProd", "valor que caiba no cupom", "valor grande demais");
+        items->push_back(item);
+    }
+    return items->empty() ? Missing("det") : std::string();
+}
+
+// Deals an amount out over items in proportion to what they cost. Each share is the difference of two rounded
+// running sums, so that the shares add up to the cent, and none exceeds its item.
+void Deal(std::span<Item*> items, int64_t amount, int64_t Item::*share) {
+    int64_t whole = 0;
+    for (const Item* item : items) {
+        whole += item->Own();
+    }
+    int64_t running = 0;
+    int64_t dealt = 0;
+    for (Item* item : items) {
+        running += item->Own();
+        // Items that cost nothing leave no proportion: the first one bears it all.
+        const int64_t due = whole == 0 ? amount : ShareOf(amount, running, whole);
+        item->*share = due - dealt;
+        dealt = due;
+    }
+}
+
+// Services share a discount only when the seller says so, or when the goods are worth less than it.
+std::vector<Item*> Discounted(std::vector<Item>& items, bool services_share, int64_t discount) {
+    std::vector<Item*> all;
+    std::vector<Item*> goods;
+    int64_t worth = 0;
+    for (Item& item : items) {
+        all.push_back(&item);
+        if (Child(item.taxes, "ISSQN") != nullptr) continue;
+        goods.push_back(&item);
+        worth += item.Own();
+    }
+    return services_share || worth < discount ? all : goods;
+}
+
+std::string DealAdjustment(const Element* sale, std::vector<Item>& items, Totals* totals) {
+    const Element* adjustment = Child(Child(sale, "total"), "DescAcrEntr");
+    const std::string path = "total/DescAcrEntr";
+    int64_t discount = 0;
+    int64_t surcharge = 0;
+    std::string problem = ReadOptional(adjustment, path, "vDescSubtot", &discount);
+    if (problem.empty()) problem = ReadOptional(adjustment, path, "vAcresSubtot", &surcharge);
+    if (!problem.empty()) return problem;
+    if (discount > 0 && surcharge > 0) return Wrong(path, "vDescSubtot ou vAcresSubtot", "ambos");
+    if (discount > totals->receipt) {
+        return Wrong(path + "/vDescSubtot", "no maximo " + FormatCents(totals->receipt),
+                     FormatCents(discount));
+    }
+    const bool services_share = ChildText(Child(sale, "emit"), "indRatISSQN") == "S";
+    std::vector<Item*> discounted = Discounted(items, services_share, discount);
+    std::vector<Item*> all = Discounted(items, true, 0);
+    Deal(discounted, discount, &Item::shared_discount);
+    Deal(all, surcharge, &Item::shared_surcharge);
+    totals->receipt -= discount;
+    if (AddUp(&totals->receipt, surcharge)) return {};
+    return Wrong(path + "/vAcresSubtot", "valor que caiba no cupom", FormatCents(surcharge));
+}
+
+std::string WriteItem(Xml& xml, const Item& item, Totals* totals) {
+    Element* product = item.product;
+    const std::string path = item.path + "/prod";
+    const struct {
+        const char* name;
+        const char* place;
+        int64_t cents;
+        bool written;
+    } rows[] = {
+        {"vProd", "indRegra", item.price, true},
+        {"vItem", "obsFiscoDet", item.Net(), true},
+        {"vRatDesc", "obsFiscoDet", item.shared_discount, item.shared_discount > 0},
+        {"vRatAcr", "obsFiscoDet", item.shared_surcharge, item.shared_surcharge > 0},
+    };
+    std::string problem;
+    for (const auto& row : rows) {
+        if (!problem.empty() || (!row.written && Child(product, row.name) == nullptr)) continue;
+        problem = WriteReckoned(xml, product, path, Child(product, row.place), row.name, row.cents);
+    }
+    return problem.empty() ? AddTaxes(xml, item.taxes, item.path, item.Net(), totals) : problem;
+}
+
+struct Sum {
+    const char* name;
+    int64_t cents;
+};
+
+// A group of sums in front of `place`, instead of the caller's own, whose values must be the same.
+std::string WriteGroup(Xml& xml, Element* total, Element* place, const char* name,
+                       std::span<const Sum> sums) {
+    const Element* given = Child(total, name);
+    RemoveChildren(total, name);
+    Element* group = InsertBefore(xml, total, place, name);
+    std::string problem;
+    for (const Sum& sum : sums) {
+        // A sum of the caller's stands in the new group for a moment, to be compared there.
+        if (Child(given, sum.name) != nullptr) Append(xml, group, sum.name, ChildText(given, sum.name));
+        if (!problem.empty()) break;
+        problem = WriteReckoned(xml, group, std::string("total/") + name, nullptr, sum.name, sum.cents);
+    }
+    return problem;
+}
+
+// The first element behind those that the device writes.
+Element* BehindSums(const Element* total) {
+    Element* place = FirstElement(total);
+    while (place != nullptr) {
+        const std::string name = NameOf(place);
+        if (name != "ICMSTot" && name != "vCFe" && name != "ISSQNtot") break;
+        place = place->next_sibling();
+    }
+    return place;
 }
 
 }  // namespace
 
 std::string AddItems(Xml& xml, Element* sale, Totals* totals) {
-    const Element* item = Child(sale, "det");
-    if (item == nullptr) return "det ausente";
-    for (; item != nullptr; item = item->next_sibling("det")) {
-        std::string problem = AddItem(xml, item, totals);
-        if (!problem.empty()) return problem + " no item " + std::string(AttributeText(item, "nItem"), 0, 3);
+    std::vector<Item> items;
+    std::string problem = ReadItems(sale, &items, totals);
+    if (problem.empty()) problem = DealAdjustment(sale, items, totals);
+    for (const Item& item : items) {
+        if (problem.empty()) problem = WriteItem(xml, item, totals);
     }
-    const Element* adjustment = Child(Child(sale, "total"), "DescAcrEntr");
-    int64_t discount = 0;
-    int64_t surcharge = 0;
-    if (!OptionalCents(adjustment, "vDescSubtot", &discount) || discount > totals->receipt) {
-        return Wrong("vDescSubtot");
-    }
-    if (!OptionalCents(adjustment, "vAcresSubtot", &surcharge)) return Wrong("vAcresSubtot");
-    totals->receipt -= discount;
-    return AddUp(&totals->receipt, surcharge) ? std::string() : Wrong("vAcresSubtot");
+    return problem;
 }
 
-void WriteTotals(Xml& xml, Element* total, const Totals& totals) {
-    const struct {
-        const char* name;
-        int64_t cents;
-    } rows[] = {{"vICMS", totals.icms},          {"vProd", totals.products},
-                {"vDesc", totals.discounts},     {"vPIS", totals.pis},
-                {"vCOFINS", totals.cofins},      {"vPISST", totals.pis_st},
-                {"vCOFINSST", totals.cofins_st}, {"vOutro", totals.others}};
-    RemoveChildren(total, "ICMSTot");
-    RemoveChildren(total, "vCFe");
-    Element* first = total->first_node();
-    Element* sums = InsertBefore(xml, total, first, "ICMSTot");
-    for (const auto& row : rows) {
-        Append(xml, sums, row.name, FormatCents(row.cents));
+std::string WriteTotals(Xml& xml, Element* total, const Totals& totals) {
+    const Contributions& goods = totals.goods;
+    const Contributions& services = totals.services;
+    const Sum of_goods[] = {{"vICMS", totals.icms},         {"vProd", totals.products},
+                            {"vDesc", totals.discounts},    {"vPIS", goods.pis},
+                            {"vCOFINS", goods.cofins},      {"vPISST", goods.pis_st},
+                            {"vCOFINSST", goods.cofins_st}, {"vOutro", totals.others}};
+    const Sum of_services[] = {{"vBC", totals.service_base}, {"vISS", totals.service_tax},
+                               {"vPIS", services.pis},       {"vCOFINS", services.cofins},
+                               {"vPISST", services.pis_st},  {"vCOFINSST", services.cofins_st}};
+    Element* place = BehindSums(total);
+    std::string problem = WriteGroup(xml, total, place, "ICMSTot", of_goods);
+    if (problem.empty()) problem = WriteReckoned(xml, total, "total", place, "vCFe", totals.receipt);
+    if (problem.empty() && totals.has_services) {
+        problem = WriteGroup(xml, total, place, "ISSQNtot", of_services);
     }
-    InsertBefore(xml, total, first, "vCFe", FormatCents(totals.receipt));
+    if (problem.empty() && totals.approximate_taxes > 0 && Child(total, "vCFeLei12741") == nullptr) {
+        Append(xml, total, "vCFeLei12741", FormatCents(totals.approximate_taxes));
+    }
+    return problem;
 }
 
 std::string WriteChange(Xml& xml, Element* payment, int64_t owed) {
     int64_t paid = 0;
+    int number = 0;
     for (const Element* means = Child(payment, "MP"); means != nullptr; means = means->next_sibling("MP")) {
+        const std::string path = "pgto/MP " + std::to_string(++number);
         int64_t amount = 0;
-        if (!ParseDecimal(ChildText(means, "vMP"), 2, &amount) || !AddUp(&paid, amount)) return Wrong("vMP");
+        std::string problem = CheckPayment(means, path);
+        if (problem.empty()) problem = ReadValue(means, path, "vMP", 2, &amount);
+        if (!problem.empty()) return problem;
+        if (!AddUp(&paid, amount))
+            return Wrong(path + "/vMP", "valor que caiba no cupom", FormatCents(amount));
     }
-    if (paid < owed) return "pagamento " + FormatCents(paid) + " menor que o total " + FormatCents(owed);
-    RemoveChildren(payment, "vTroco");
-    Append(xml, payment, "vTroco", FormatCents(paid - owed));
-    return {};
+    if (number == 0) return Missing("pgto/MP");
+    if (paid < owed) {
+        return Wrong("soma de pgto/MP/vMP", "ao menos " + FormatCents(owed), FormatCents(paid));
+    }
+    return WriteReckoned(xml, payment, "pgto", nullptr, "vTroco", paid - owed);
 }
 
 }  // namespace emulator

@@ -1,9 +1,7 @@
 #include "xml.h"
 
-#include <iterator>
-#include <rapidxml/rapidxml_print.hpp>
-
 #include "xml_guard.h"
+#include "xml_text.h"
 
 namespace emulator {
 
@@ -29,11 +27,26 @@ std::unique_ptr<Xml> ParseXml(std::string_view text) {
     } catch (const rapidxml::parse_error&) {
         return nullptr;
     }
-    return xml;
+    xml->encoding = DeclaredEncoding(xml->tree);
+    if (!IsKnownEncoding(xml->encoding)) return nullptr;
+    const Element* root = FirstElement(&xml->tree);
+    return root != nullptr && IsPrintable(root, IsUnicode(xml->encoding)) ? std::move(xml) : nullptr;
 }
 
 Element* Child(const Element* parent, const char* name) {
     return parent == nullptr ? nullptr : parent->first_node(name);
+}
+
+Element* FirstElement(const Element* parent) {
+    Element* child = parent == nullptr ? nullptr : parent->first_node();
+    while (child != nullptr && child->type() != rapidxml::node_element) {
+        child = child->next_sibling();
+    }
+    return child;
+}
+
+std::string NameOf(const Element* element) {
+    return {element->name(), element->name_size()};
 }
 
 std::string ChildText(const Element* parent, const char* name) {
@@ -73,13 +86,9 @@ void RemoveChildren(Element* parent, const char* name) {
 }
 
 std::string PrintXml(const Xml& xml) {
-    std::string text;
-    const Element* first = xml.tree.first_node();
-    if (first == nullptr || first->type() != rapidxml::node_declaration) {
-        text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
-    }
-    rapidxml::print(std::back_inserter(text), xml.tree, rapidxml::print_no_indenting);
-    return text;
+    // The caller's own declaration is not carried over: it may hold whatever it likes.
+    return "<?xml version=\"1.0\" encoding=\"" + xml.encoding + "\"?>" +
+           CanonicalText(FirstElement(&xml.tree));
 }
 
 }  // namespace emulator

@@ -1,6 +1,7 @@
 #include "xml_guard.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace emulator {
 
@@ -32,11 +33,34 @@ struct Cursor {
     bool TakeName() {
         constexpr std::string_view letters =
             "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_:.-0123456789";
+        constexpr size_t no_first = std::string_view(".-0123456789").size();
+        if (rest.find_first_of(letters.substr(0, letters.size() - no_first)) != 0) return false;
         const size_t length = std::min(rest.find_first_not_of(letters), rest.size());
         rest.remove_prefix(length);
         return length > 0;
     }
 };
+
+// The name or number of a reference, without "&" and ";".
+bool IsReference(std::string_view name) {
+    constexpr std::string_view known[] = {"amp", "lt", "gt", "quot", "apos"};
+    if (std::find(std::begin(known), std::end(known), name) != std::end(known)) return true;
+    const bool hexadecimal = name.starts_with("#x");
+    constexpr std::string_view digits = "0123456789abcdefABCDEF";
+    constexpr size_t most_digits = 7;
+    const std::string_view number = name.substr(hexadecimal ? 2 : std::min<size_t>(name.size(), 1));
+    return name.starts_with("#") && !number.empty() && number.size() <= most_digits &&
+           number.find_first_not_of(digits.substr(0, hexadecimal ? 22 : 10)) == number.npos;
+}
+
+// The parser lets an "&" of its own pass for itself; a device does not.
+bool HasGoodReferences(std::string_view text) {
+    for (size_t at = text.find('&'); at != text.npos; at = text.find('&', at + 1)) {
+        const size_t end = text.find(';', at);
+        if (end == text.npos || !IsReference(text.substr(at + 1, end - at - 1))) return false;
+    }
+    return true;
+}
 
 bool TakeAttribute(Cursor& cursor) {
     if (!cursor.TakeName()) return false;
@@ -48,6 +72,7 @@ bool TakeAttribute(Cursor& cursor) {
     cursor.rest.remove_prefix(1);
     const size_t end = cursor.rest.find_first_of(quote == '"' ? "\"<" : "'<");
     if (end == cursor.rest.npos || cursor.rest[end] == '<') return false;
+    if (!HasGoodReferences(cursor.rest.substr(0, end))) return false;
     cursor.rest.remove_prefix(end + 1);
     return true;
 }
@@ -96,7 +121,9 @@ bool IsSafeXml(std::string_view text) {
         if (cursor.rest.front() == '<') {
             if (!TakeMarkup(cursor, depth, roots)) return false;
         } else if (depth > 0) {
-            cursor.rest.remove_prefix(std::min(cursor.rest.find('<'), cursor.rest.size()));
+            const size_t length = std::min(cursor.rest.find('<'), cursor.rest.size());
+            if (!HasGoodReferences(cursor.rest.substr(0, length))) return false;
+            cursor.rest.remove_prefix(length);
         } else if (!cursor.SkipBlanks()) {
             return false;
         }
