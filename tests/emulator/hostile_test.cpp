@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "demo_texts.h"
+#include "fiscal_key.h"
 #include "line.h"
 #include "sample.h"
 #include "scripted_port.h"
@@ -86,7 +87,8 @@ TEST(Hostile, SalesWithBytesChanged) {
             const size_t place = random() % broken.size();
             broken.replace(place, random() % 4, pieces[random() % std::size(pieces)]);
         }
-        const std::string reply = Answer(device, "EnviarDadosVenda|000001|12345678|" + broken, MORNING);
+        const std::string reply =
+            Answer(device, "EnviarDadosVenda|" + Padded(round, 6) + "|12345678|" + broken, MORNING);
         ExpectReply(reply);
         refused += reply.substr(7, 5) == "06010" ? 1 : 0;
     }

@@ -65,12 +65,4 @@ inline std::string SaleText(const std::string& items, const std::string& total =
            "</total><pgto><MP><cMP>01</cMP><vMP>1000.00</vMP></MP></pgto></infCFe></CFe>";
 }
 
-/** The text between the first `from` and the `to` behind it, both left out. */
-inline std::string Between(const std::string& text, const std::string& from, const std::string& to) {
-    const size_t start = text.find(from);
-    if (start == text.npos) return "(none)";
-    const size_t end = text.find(to, start + from.size());
-    return end == text.npos ? "(open)" : text.substr(start + from.size(), end - start - from.size());
-}
-
 }  // namespace emulator

@@ -58,4 +58,12 @@ inline std::string TextOf(const std::string& xml, const std::string& name) {
     return xml.substr(start + name.size() + 2, end - start - name.size() - 2);
 }
 
+/** The text between the first `from` and the `to` behind it, both left out. */
+inline std::string Between(const std::string& text, const std::string& from, const std::string& to) {
+    const size_t start = text.find(from);
+    if (start == text.npos) return "(none)";
+    const size_t end = text.find(to, start + from.size());
+    return end == text.npos ? "(open)" : text.substr(start + from.size(), end - start - from.size());
+}
+
 }  // namespace emulator

@@ -1,5 +1,7 @@
 #include "catalogue.h"
 
+#include <algorithm>
+
 #include "../../src/vko_sat_utils/return_codes.h"
 #include "../../src/vko_utils/base64.h"
 
@@ -8,6 +10,11 @@ namespace emulator {
 std::string ReturnMessage(int code) {
     const char* message = SAT_Get_RetCodeMessage(code, nullptr);
     return message == nullptr ? std::string() : message;
+}
+
+bool IsCatalogued(int code) {
+    return std::any_of(tSatRetCodeTbl, tSatRetCodeTbl + SAT_RET_CODE_COUNT,
+                       [&](const tSatRetCodeRow& row) { return row.iCode == code; });
 }
 
 std::string ToBase64(std::string_view bytes) {

@@ -12,6 +12,9 @@ namespace emulator {
 /** The catalogue's message for a return code such as 6000. */
 std::string ReturnMessage(int code);
 
+/** True when the catalogue has a message for the code. */
+bool IsCatalogued(int code);
+
 /** The bytes in Base64, without line breaks. Empty for no bytes. */
 std::string ToBase64(std::string_view bytes);
 

@@ -1,14 +1,15 @@
 #include "catalogue.h"
 #include "commands.h"
 #include "fiscal_key.h"
+#include "reason.h"
 
 namespace emulator {
 
 namespace {
 
 constexpr int RECEIPT_INVALID = 2;
+constexpr int LINK_DIFFERS = 4;
 constexpr int SALE_TOO_LONG = 5;
-constexpr int DEVICE_BLOCKED = 6;
 constexpr int CONTENT_INVALID = 10;
 
 constexpr size_t LONGEST_SALE = size_t{1500} * 1024;
@@ -20,6 +21,7 @@ constexpr const char* OTHER_REJECTION = "1999";
 
 // The text of assinaturaQRCODE is a signature of 2048 bits.
 constexpr size_t PROOF_BYTES = 256;
+constexpr size_t CERTIFICATE_BYTES = 1200;
 
 Issue NextIssue(Device& device, LocalTime now) {
     Issue issue;
@@ -29,6 +31,8 @@ Issue NextIssue(Device& device, LocalTime now) {
     issue.software = device.settings.software;
     issue.taxpayer = device.settings.taxpayer;
     issue.proof = RandomProof(device, PROOF_BYTES);
+    issue.signature = RandomProof(device, PROOF_BYTES);
+    issue.certificate = RandomProof(device, CERTIFICATE_BYTES);
     issue.document = device.documents % LAST_DOCUMENT + 1;
     issue.random = static_cast<int>(device.random() % 1000000);
     return issue;
@@ -40,10 +44,19 @@ void Remember(Device& device, const Issue& issue, const Receipt& receipt) {
     device.last_issued = issue.now;
 }
 
+// True when the device is linked to the application that made the receipt's text, or to any.
+bool IsLinkedTo(const Device& device, const Receipt& receipt) {
+    const Link& link = device.link;
+    return link.signature.empty() ||
+           (receipt.application == link.application && receipt.taxpayer == link.taxpayer &&
+            receipt.application_signature == link.signature);
+}
+
 // arquivoCFeBase64|timeStamp|chaveConsulta|valorTotalCFe|CPFCNPJValue|assinaturaQRCODE
 Result Issued(const Issue& issue, const Receipt& receipt) {
     return {.tail = {ToBase64(receipt.xml), TimeStamp(issue.now), "CFe" + receipt.key, receipt.total,
-                     receipt.buyer, issue.proof}};
+                     receipt.buyer, issue.proof},
+            .receipt = true};
 }
 
 Result Rejected(const std::string& reason) {
@@ -54,15 +67,18 @@ Result Rejected(const std::string& reason) {
 
 Result Sell(Device& device, const Request& request) {
     const std::string& sale = request.arguments[1];
-    if (device.blocked) return {.ending = DEVICE_BLOCKED};
     if (sale.size() > LONGEST_SALE) return {.ending = SALE_TOO_LONG};
     const Issue issue = NextIssue(device, request.now);
     Receipt receipt;
     const std::string problem = IssueSale(sale, issue, &receipt);
     if (!problem.empty()) return Rejected(problem);
+    if (!IsLinkedTo(device, receipt)) return {.ending = LINK_DIFFERS};
     Remember(device, issue, receipt);
     Result result = Issued(issue, receipt);
+    // What a cancellation has no use for is not kept.
     receipt.xml.clear();
+    receipt.application.clear();
+    receipt.application_signature.clear();
     device.last_sale = receipt;
     return result;
 }
@@ -70,12 +86,11 @@ Result Sell(Device& device, const Request& request) {
 Result CancelSale(Device& device, const Request& request) {
     const std::string& key = request.arguments[1];
     const std::string& cancellation = request.arguments[2];
-    if (device.blocked) return {.ending = DEVICE_BLOCKED};
     if (!device.last_sale.has_value())
         return {.ending = RECEIPT_INVALID, .reason = "nenhuma venda a cancelar"};
     const Receipt& sale = *device.last_sale;
     if (key != "CFe" + sale.key)
-        return {.ending = RECEIPT_INVALID, .reason = "chave nao e a da ultima venda"};
+        return {.ending = RECEIPT_INVALID, .reason = Wrong("chave", "CFe" + sale.key, key)};
     if (request.now - sale.issued > CANCELLATION_LIMIT) {
         return {.ending = RECEIPT_INVALID, .reason = "prazo de 30 minutos vencido"};
     }
@@ -86,6 +101,7 @@ Result CancelSale(Device& device, const Request& request) {
     const std::string problem = IssueCancellation(cancellation, sale, issue, &receipt, &other_receipt);
     if (other_receipt) return {.ending = RECEIPT_INVALID, .reason = problem};
     if (!problem.empty()) return Rejected(problem);
+    if (!IsLinkedTo(device, receipt)) return {.ending = LINK_DIFFERS};
     Remember(device, issue, receipt);
     device.last_sale.reset();
     return Issued(issue, receipt);

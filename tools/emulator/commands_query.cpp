@@ -11,6 +11,15 @@ constexpr int NO_SUCH_SESSION = 3;
 
 const std::string NO_KEY(44, '0');
 const std::string NO_TIME(14, '0');
+const std::string NO_DATE(8, '0');
+
+// ESTADO_OPERACAO: 0 in operation, 1 blocked by the tax authority, 2 by the taxpayer, 3 by the device itself,
+// which wrong codes bring about, 4 to be taken out of use.
+const char* StateOfOperation(const Device& device) {
+    if (device.stage == Stage::Deactivated) return "4";
+    if (IsLocked(device)) return "3";
+    return device.blocked ? "2" : "0";
+}
 
 }  // namespace
 
@@ -23,6 +32,8 @@ Result TellStatus(Device& device, const Request& request) {
     const std::string last_key = sold ? device.last_key : NO_KEY;
     const std::string last_time = sold ? TimeStamp(device.last_issued) : NO_TIME;
     const auto year = std::chrono::days(365);
+    const bool fresh = device.stage == Stage::New;
+    const LocalTime issued = device.certified == LocalTime{} ? request.now - year : device.certified;
     return {.tail = {
                 device.settings.serial,
                 device.network.kind,
@@ -43,10 +54,10 @@ Result TellStatus(Device& device, const Request& request) {
                 NO_KEY,  // LISTA_INICIAL, LISTA_FINAL: nothing waits to be transmitted
                 NO_KEY,
                 last_time,
-                TimeStamp(request.now),            // DH_ULTIMA, the last talk with the tax authority
-                DateText(request.now - year),      // CERT_EMISSAO
-                DateText(request.now + 4 * year),  // CERT_VENCIMENTO
-                device.blocked ? "1" : "0",
+                TimeStamp(request.now),              // DH_ULTIMA, the last talk with the tax authority
+                fresh ? NO_DATE : DateText(issued),  // CERT_EMISSAO
+                fresh ? NO_DATE : DateText(issued + 5 * year),  // CERT_VENCIMENTO
+                StateOfOperation(device),
             }};
 }
 
