@@ -14,6 +14,7 @@
 #include "fiscal_key.h"
 #include "line.h"
 #include "port.h"
+#include "state.h"
 
 namespace {
 
@@ -28,6 +29,8 @@ void RequestStop(int) {
 struct Options {
     PortOptions port;
     DeviceSettings device;
+    std::string start_as = "linked";
+    std::string state;  // path of the file that keeps the device from one run to the next; empty for none
     bool quiet = false;
 };
 
@@ -64,12 +67,24 @@ void Report(const Exchange& exchange) {
     std::fflush(stdout);
 }
 
-int Serve(const Options& options, Port& port) {
-    Device device = NewDevice(options.device, std::random_device()());
-    Line line{.port = port, .settings = {}, .input = {}};
-    const AnswerFunction answer = [&](const std::string& command) {
-        return Answer(device, command, LocalNow());
+// How the device answers: with a state file, not before the state is safe there.
+AnswerFunction AnswerOf(const Options& options, Device& device) {
+    if (options.state.empty()) {
+        return [&device](const std::string& command) { return Answer(device, command, LocalNow()); };
+    }
+    const KeepFunction keep = [&options](const Device& changed) {
+        const std::string problem = SaveState(options.state, changed);
+        if (!problem.empty()) std::fprintf(stderr, "sat-emulator: %s\n", problem.c_str());
+        return problem.empty();
     };
+    return [&device, keep](const std::string& command) {
+        return AnswerAndKeep(device, command, LocalNow(), keep);
+    };
+}
+
+int Serve(const Options& options, Device& device, Port& port) {
+    Line line{.port = port, .settings = {}, .input = {}};
+    const AnswerFunction answer = AnswerOf(options, device);
     for (;;) {
         const Exchange exchange = ServeExchange(line, answer, 60000);
         if (exchange.outcome == Outcome::Idle) continue;
@@ -80,6 +95,14 @@ int Serve(const Options& options, Port& port) {
     if (stop_requested != 0) return 0;
     std::fprintf(stderr, "sat-emulator: a porta %s foi perdida\n", port.Address().c_str());
     return 1;
+}
+
+std::vector<std::string> StartNames() {
+    std::vector<std::string> names;
+    for (const Start& start : STARTS) {
+        names.emplace_back(start.name);
+    }
+    return names;
 }
 
 void Describe(CLI::App& app, Options& options) {
@@ -95,6 +118,17 @@ void Describe(CLI::App& app, Options& options) {
         ->check([](const std::string& text) {
             return IsTaxpayer(text) ? std::string() : "CNPJ invalido: " + text;
         });
+    app.add_option(
+           "--start-as", options.start_as,
+           "Em que ponto da vida o equipamento comeca: new (nao ativado), activated (ativado, sem AC "
+           "vinculado), linked (pronto para vender com qualquer AC), blocked (bloqueado pelo contribuinte) "
+           "ou deactivated (uso cessado)")
+        ->check(CLI::IsMember(StartNames()))
+        ->capture_default_str();
+    app.add_option(
+        "--state", options.state,
+        "Arquivo em que o equipamento guarda o que sabe, a cada comando, antes de responder; criado se "
+        "nao existe. O que ja esta nele vale mais que --start-as, os codigos e o CNPJ");
     app.add_flag("--quiet", options.quiet, "Nao mostra uma linha por comando");
 }
 
@@ -104,9 +138,15 @@ int Run(int argc, char** argv) {
     Describe(app, options);
     CLI11_PARSE(app, argc, argv);
 
+    Device device = NewDevice(options.device, std::random_device()(), options.start_as);
+    std::string error;
+    if (!options.state.empty()) error = LoadOrCreateState(options.state, &device);
+    if (!error.empty()) {
+        std::fprintf(stderr, "sat-emulator: %s\n", error.c_str());
+        return 1;
+    }
     options.port.stop = &stop_requested;
     OnStop(RequestStop);
-    std::string error;
     const auto port = OpenPort(options.port, &error);
     if (port == nullptr) {
         std::fprintf(stderr, "sat-emulator: %s\n", error.c_str());
@@ -115,7 +155,7 @@ int Run(int argc, char** argv) {
     std::printf("pronto %s%s%s\n", port->Address().c_str(), options.port.link.empty() ? "" : " ",
                 options.port.link.c_str());
     std::fflush(stdout);
-    return Serve(options, *port);
+    return Serve(options, device, *port);
 }
 
 }  // namespace

@@ -1,0 +1,109 @@
+#!/usr/bin/env python3
+"""The program sat-emulator: where it starts, and what it remembers after a kill."""
+
+import os
+import select
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PROGRAM = sys.argv.pop(1)
+STX, ETX, ACK = b"\x02", b"\x03", b"\x06"
+SECONDS = 20
+
+
+def frame(text):
+    total = sum(text) % 256
+    return STX + text + bytes([4 if total == 3 else total]) + ETX
+
+
+class Emulator:
+    def __init__(self, *options):
+        self.process = subprocess.Popen(
+            [PROGRAM, "--quiet", *options], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE
+        )
+        words = self.process.stdout.readline().split()
+        if words[:1] != [b"pronto"]:
+            raise AssertionError(self.process.stderr.read())
+        self.line = os.open(words[1], os.O_RDWR | os.O_NOCTTY)
+
+    def receive(self):
+        if not select.select([self.line], [], [], SECONDS)[0]:
+            raise AssertionError("no byte came")
+        return os.read(self.line, 65536)
+
+    def ask(self, command):
+        """The fields of a reply that fits one block."""
+        os.write(self.line, frame(command.encode()))
+        received = b""
+        while not (received.startswith(ACK + STX) and received.endswith(ETX)):
+            received += self.receive()
+        os.write(self.line, ACK)
+        return received[2:-2].decode().split("|")
+
+    def kill(self):
+        self.process.send_signal(signal.SIGKILL)
+        self.process.communicate()
+        os.close(self.line)
+
+
+class Program(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.state = os.path.join(folder.name, "state.json")
+
+    def start(self, *options):
+        emulator = Emulator(*options)
+        self.addCleanup(lambda: emulator.process.poll() is None and emulator.kill())
+        return emulator
+
+    def refuse(self, *options):
+        result = subprocess.run([PROGRAM, *options], capture_output=True, text=True, timeout=SECONDS)
+        self.assertNotEqual(result.returncode, 0)
+        self.assertNotIn("pronto", result.stdout)
+        return result.stderr
+
+    def test_starts_where_it_is_told(self):
+        for start, code in (("new", "06002"), ("activated", "06003"), ("linked", "06010"), ("blocked", "06006"),
+                            ("deactivated", "06007")):
+            with self.subTest(start=start):
+                emulator = self.start("--start-as", start)
+                self.assertEqual(emulator.ask("EnviarDadosVenda|000001|12345678|x")[1], code)
+                emulator.kill()
+        emulator = self.start()
+        self.assertEqual(emulator.ask("EnviarDadosVenda|000001|12345678|x")[1], "06010")
+        self.assertIn("--start-as", self.refuse("--start-as", "sold"))
+
+    def test_remembers_after_a_kill(self):
+        emulator = self.start("--state", self.state)
+        self.assertEqual(emulator.ask("BloquearSAT|000001|12345678")[1], "16000")
+        self.assertEqual(emulator.ask("TrocarCodigoDeAtivacao|000002|12345678|1|abcd1234|abcd1234")[1], "18000")
+        emulator.kill()
+        emulator = self.start("--state", self.state, "--start-as", "new", "--activation-code", "other")
+        status = emulator.ask("ConsultarStatusOperacional|000003|abcd1234")
+        self.assertEqual((status[1], status[27]), ("10000", "2"))
+        self.assertEqual(emulator.ask("ConsultarNumeroSessao|000004|abcd1234|000001")[1], "16000")
+
+    def test_a_state_that_is_none_is_left_alone(self):
+        with open(self.state, "w") as file:
+            file.write('{"format": 1, ')
+        message = self.refuse("--state", self.state)
+        self.assertIn(f"o estado em {self.state} nao e valido", message)
+        with open(self.state) as file:
+            self.assertEqual(file.read(), '{"format": 1, ')
+        self.assertIn("nao pode ser lido", self.refuse("--state", os.path.dirname(self.state)))
+
+    def test_what_cannot_be_kept_has_not_happened(self):
+        emulator = self.start("--state", self.state)
+        os.mkdir(self.state + ".tmp")
+        reply = emulator.ask("BloquearSAT|000001|12345678")
+        self.assertEqual(reply[1:3], ["16099", "Erro desconhecido: estado nao gravado"])
+        os.rmdir(self.state + ".tmp")
+        self.assertEqual(emulator.ask("ConsultarStatusOperacional|000002|12345678")[27], "0")
+
+
+if __name__ == "__main__":
+    unittest.main()
