@@ -99,7 +99,6 @@ emulator::Receipt AnySale() {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
-    if (text.find("&#") != std::string::npos) return 0;
     const emulator::Issue issue = MakeIssue(1);
     emulator::Receipt sale;
     const std::string problem = emulator::IssueSale(text, issue, &sale);
