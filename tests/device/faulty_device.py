@@ -154,7 +154,9 @@ class FaultyDevice(threading.Thread):
 
     def _send(self, fault, good):
         """Whether the caller acknowledged the first good transmission of the reply to its end."""
-        spoiled = {"wrong checksum": 1, "corrupted byte": 1, "first byte lost": 1, "stall": 1,
+        # The second of two ACKs is taken for the reply's first byte, which spoils the first transmission; when that fills
+        # its blocks to the last byte, the caller acknowledges it before it sees so.
+        spoiled = {"wrong checksum": 1, "corrupted byte": 1, "first byte lost": 1, "stall": 1, "ACK twice": 1,
                    "three wrong checksums": 3}.get(fault, 0)
         for attempt in range(3):
             if self._send_once(self._spoil(fault, good) if attempt < spoiled else good, fault):
@@ -171,7 +173,7 @@ class FaultyDevice(threading.Thread):
             return good[1:]
         if fault == "stall":
             return good[:self.rng.randrange(1, len(good))]
-        return spoilt(good)
+        return good if fault == "ACK twice" else spoilt(good)
 
     def _send_once(self, data, fault):
         for block in blocks(data):
