@@ -1,44 +1,12 @@
 #include "line.h"
 
-#include <gtest/gtest.h>
-
-#include "scripted_port.h"
+#include "line_fixture.h"
 
 namespace emulator {
 
 namespace {
 
 constexpr char ACKNOWLEDGED[] = "\x06";
-
-struct LineTest : testing::Test {
-    ScriptedPort port;
-    Line line{.port = port, .settings = {}, .input = {}};
-    std::string reply = "000001|08000|SAT em operacao||";
-    std::vector<std::string> commands;
-    std::vector<size_t> blocks;  // sizes of the reply's blocks as they were written
-
-    // What the caller answers to each block of the reply; ACK when there is nothing left.
-    std::string verdicts;
-
-    void SetUp() override {
-        port.react = [this](const std::string& block) {
-            if (block.size() == 1) return;
-            blocks.push_back(block.size());
-            port.incoming += verdicts.empty() ? ACK : verdicts.front();
-            if (!verdicts.empty()) verdicts.erase(0, 1);
-        };
-    }
-
-    Exchange Serve() {
-        return ServeExchange(
-            line,
-            [this](const std::string& command) {
-                commands.push_back(command);
-                return reply;
-            },
-            1000);
-    }
-};
 
 }  // namespace
 
@@ -55,7 +23,7 @@ TEST_F(LineTest, OneExchange) {
 
 TEST_F(LineTest, NothingComes) {
     EXPECT_EQ(Serve().outcome, Outcome::Idle);
-    EXPECT_EQ(port.now_ms, 1000);
+    EXPECT_EQ(port.NowMs(), 1000);
     EXPECT_EQ(port.written, "");
 }
 
@@ -142,7 +110,7 @@ TEST_F(LineTest, ACommandThatStopsIsForgotten) {
         "\x02"
         "Consul";
     EXPECT_EQ(Serve().outcome, Outcome::CommandStalled);
-    EXPECT_EQ(port.now_ms, line.settings.stall_ms);
+    EXPECT_EQ(port.NowMs(), line.settings.stall_ms);
     EXPECT_EQ(port.written, "");
     port.incoming = BuildFrame("X");
     EXPECT_EQ(Serve().outcome, Outcome::Answered);
@@ -180,7 +148,7 @@ TEST_F(LineTest, NoAcknowledgement) {
     port.react = nullptr;
     port.incoming = BuildFrame("X");
     EXPECT_EQ(Serve().outcome, Outcome::ReplyUnanswered);
-    EXPECT_EQ(port.now_ms, line.settings.acknowledge_ms);
+    EXPECT_EQ(port.NowMs(), line.settings.acknowledge_ms);
     port.react = [this](const std::string& block) {
         if (block.size() > 1) port.incoming += ACK;
     };

@@ -15,8 +15,9 @@ struct ScriptedPort : Port {
     std::string incoming;                                 ///< what the other side has sent
     std::string written;                                  ///< everything that came back, in order
     std::function<void(const std::string& block)> react;  ///< called with each write; may add to `incoming`
-    int64_t now_ms = 0;
+    int64_t now_us = 0;
     int dropped = 0;        ///< calls of DropUnread
+    int awaited = 0;        ///< calls of AwaitTaken
     bool gone = false;      ///< reads fail once `incoming` is empty
     bool refusing = false;  ///< writes time out
     size_t slice = 100000;  ///< a read gives no more than this at once
@@ -24,7 +25,7 @@ struct ScriptedPort : Port {
     int Read(char* buffer, size_t size, int64_t wait_ms) override {
         if (incoming.empty()) {
             if (gone) return -1;
-            now_ms += wait_ms;
+            now_us += wait_ms * 1000;
             return 0;
         }
         const size_t count = std::min({size, incoming.size(), slice});
@@ -35,7 +36,7 @@ struct ScriptedPort : Port {
 
     bool Write(const char* bytes, size_t size, int64_t wait_ms) override {
         if (refusing) {
-            now_ms += wait_ms;
+            now_us += wait_ms * 1000;
             return false;
         }
         written.append(bytes, size);
@@ -43,8 +44,13 @@ struct ScriptedPort : Port {
         return true;
     }
 
-    int64_t NowMs() override { return now_ms; }
+    int64_t NowUs() override { return now_us; }
+    bool SleepUntil(int64_t moment_us) override {
+        now_us = std::max(now_us, moment_us);
+        return !gone;
+    }
     void DropUnread() override { ++dropped; }
+    void AwaitTaken(int64_t) override { ++awaited; }
     std::string Address() const override { return "scripted"; }
 };
 

@@ -1,13 +1,14 @@
 /*
  * The device's side of the line: receives one command frame in acknowledged blocks, has it answered, and
  * sends the reply frame in blocks, each of which the caller must acknowledge. Whatever arrives, the line ends
- * up idle again, waiting for an STX.
+ * up idle again, waiting for an STX. A plan of faults, where there is one, spoils exchanges on demand.
  */
 #pragma once
 
 #include <functional>
 #include <string>
 
+#include "fault_plan.h"
 #include "frame.h"
 #include "port.h"
 
@@ -19,15 +20,22 @@ enum class Outcome {
     BadChecksum,      ///< the command was refused with NAK
     CommandStalled,   ///< the command stopped in its middle
     CommandTooLong,   ///< the command was refused with NAK
+    CommandRefused,   ///< a fault refused a block of the command with NAK
+    CommandIgnored,   ///< a fault kept the ACK of a block back
+    NoReply,          ///< a fault kept the reply back
     ReplyNotTaken,    ///< the caller stopped reading
     ReplyUnanswered,  ///< no acknowledgement came
     ReplyRefused,     ///< the caller sent NAK to every transmission
     Interrupted,      ///< a new command began where an acknowledgement was due
+    Unplugged,        ///< a fault took the port away; the program is to close it and open it again
     PortGone,         ///< the port vanished, or the program is to stop
 };
 
-/** A short text for an outcome. */
+/** A short text for an outcome, to be shown. */
 const char* OutcomeText(Outcome outcome);
+
+/** A word for an outcome, for programs: "answered". */
+const char* OutcomeWord(Outcome outcome);
 
 struct LineSettings {
     int64_t stall_ms = 1000;  ///< longest silence inside a command
@@ -41,9 +49,10 @@ struct LineSettings {
 struct Line {
     Port& port;
     LineSettings settings;
-    std::string input;         ///< bytes read and not used yet
-    size_t next = 0;           ///< the first of them
-    bool stx_pending = false;  ///< the last exchange was interrupted by this STX
+    FaultPlan* plan = nullptr;  ///< NULL where nothing is to go wrong
+    std::string input = {};     ///< bytes read and not used yet
+    size_t next = 0;            ///< the first of them
+    bool stx_pending = false;   ///< the last exchange was interrupted by this STX
 };
 
 /** What happened in one exchange. */
@@ -53,6 +62,8 @@ struct Exchange {
     std::string reply;        ///< text; empty when the command was not answered
     int transmissions = 0;    ///< how often the reply was sent, whole or in part
     int64_t duration_ms = 0;  ///< from the command's STX to the end of the exchange
+    Faults armed;             ///< what was to go wrong
+    Faults faults;            ///< the same afterwards: `used` tells which acted
 };
 
 /** Turns a command text into a reply text. */

@@ -3,27 +3,37 @@
  */
 #include <CLI/CLI.hpp>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <exception>
 #include <random>
 #include <string>
 
+#include "console.h"
 #include "device.h"
+#include "fault_options.h"
 #include "fiscal_key.h"
 #include "line.h"
+#include "paced_port.h"
 #include "port.h"
+#include "report.h"
 #include "state.h"
 
 namespace {
 
 using namespace emulator;
 
-volatile std::sig_atomic_t stop_requested = 0;
+StopFlag stop_requested = false;
+static_assert(StopFlag::is_always_lock_free, "a signal handler may set nothing else");
+
+// Never destroyed: the console's thread may look at it up to the program's very end.
+FaultPlan& fault_plan = *new FaultPlan;
+
+// How long a port that was unplugged may take to come back once its time is over.
+constexpr int64_t PATIENCE_MS = 2000;
 
 void RequestStop(int) {
-    stop_requested = 1;
+    stop_requested = true;
 }
 
 struct Options {
@@ -31,7 +41,9 @@ struct Options {
     DeviceSettings device;
     std::string start_as = "linked";
     std::string state;  // path of the file that keeps the device from one run to the next; empty for none
-    bool quiet = false;
+    FaultOptions faults;
+    Reporter reporter;
+    int64_t baud = 0;  // 0 sends as fast as the port takes it
 };
 
 // The machine's local time, as the device's own clock would show it.
@@ -44,27 +56,43 @@ LocalTime LocalNow() {
            std::chrono::minutes(parts->tm_min) + std::chrono::seconds(parts->tm_sec);
 }
 
-// A field of a text from the line, fit to be printed.
-std::string Printable(const std::string& text, size_t field) {
-    std::vector<std::string> fields = SplitFields(text, field + 2);
-    std::string shown = field < fields.size() ? fields[field].substr(0, 40) : "";
-    for (char& c : shown) {
-        if (c < ' ' || c > '~') c = '?';
+// Opens the port. One that was unplugged may need a while until the system knows it again.
+std::unique_ptr<Port> Open(const Options& options, const PortOptions& place, int64_t patience_ms,
+                           std::string* error) {
+    const int64_t deadline = SteadyUs() + patience_ms * 1000;
+    std::unique_ptr<Port> port = OpenPort(place, error);
+    while (port == nullptr && SteadyUs() < deadline && SleepUntilUs(SteadyUs() + 50000, place.stop)) {
+        port = OpenPort(place, error);
     }
-    return shown.empty() ? "-" : shown;
+    if (port == nullptr || options.baud == 0) return port;
+    return std::make_unique<PacedPort>(std::move(port), options.baud);
 }
 
-// hora comando sessao, bytes of both texts, return code, transmissions, outcome, duration.
-void Report(const Exchange& exchange) {
-    const std::string time = TimeText(LocalNow());
-    const bool answered = !exchange.reply.empty();
-    std::printf("%s:%s:%s %s %s comando=%zu resposta=%zu codigo=%s envios=%d %s %lld ms\n",
-                time.substr(0, 2).c_str(), time.substr(2, 2).c_str(), time.substr(4, 2).c_str(),
-                Printable(exchange.command, 0).c_str(), Printable(exchange.command, 1).c_str(),
-                exchange.command.size(), exchange.reply.size(),
-                answered ? Printable(exchange.reply, 1).c_str() : "-", exchange.transmissions,
-                OutcomeText(exchange.outcome), static_cast<long long>(exchange.duration_ms));
-    std::fflush(stdout);
+// Serves a port until it is gone or a fault unplugs it; the last exchange tells which.
+Exchange ServePort(const Options& options, Port& port, const AnswerFunction& answer) {
+    Line line{.port = port, .settings = {}, .plan = &fault_plan};
+    for (;;) {
+        Exchange exchange = ServeExchange(line, answer, 60000);
+        if (exchange.outcome == Outcome::Idle) continue;
+        const bool gone = exchange.outcome == Outcome::PortGone;
+        if (!gone || !exchange.command.empty()) ReportExchange(options.reporter, exchange, LocalNow());
+        if (gone || exchange.outcome == Outcome::Unplugged) return exchange;
+    }
+}
+
+// Where the port comes back, after the time that it stays away. A bare name stands beside the link it
+// replaces.
+PortOptions Replug(PortOptions place, const Fault& unplug) {
+    SleepUntilUs(SteadyUs() + unplug.ms * 1000, place.stop);
+    if (unplug.as.empty()) return place;
+    if (!place.name.empty()) {
+        place.name = unplug.as;
+    } else if (unplug.as.find('/') == std::string::npos) {
+        place.link = place.link.substr(0, place.link.rfind('/') + 1) + unplug.as;
+    } else {
+        place.link = unplug.as;
+    }
+    return place;
 }
 
 // How the device answers: with a state file, not before the state is safe there.
@@ -74,7 +102,7 @@ AnswerFunction AnswerOf(const Options& options, Device& device) {
     }
     const KeepFunction keep = [&options](const Device& changed) {
         const std::string problem = SaveState(options.state, changed);
-        if (!problem.empty()) std::fprintf(stderr, "sat-emulator: %s\n", problem.c_str());
+        if (!problem.empty()) ReportError(options.reporter, problem);
         return problem.empty();
     };
     return [&device, keep](const std::string& command) {
@@ -82,19 +110,28 @@ AnswerFunction AnswerOf(const Options& options, Device& device) {
     };
 }
 
-int Serve(const Options& options, Device& device, Port& port) {
-    Line line{.port = port, .settings = {}, .input = {}};
+int Serve(const Options& options, Device& device, std::unique_ptr<Port> port) {
     const AnswerFunction answer = AnswerOf(options, device);
+    PortOptions place = options.port;
     for (;;) {
-        const Exchange exchange = ServeExchange(line, answer, 60000);
-        if (exchange.outcome == Outcome::Idle) continue;
-        const bool anything = !exchange.command.empty();
-        if (!options.quiet && (exchange.outcome != Outcome::PortGone || anything)) Report(exchange);
-        if (exchange.outcome == Outcome::PortGone) break;
+        const std::string address = port->Address();
+        const Exchange last = ServePort(options, *port, answer);
+        if (stop_requested) return 0;
+        if (last.outcome == Outcome::PortGone) {
+            ReportError(options.reporter, "a porta " + address + " foi perdida");
+            return 1;
+        }
+        port.reset();
+        place = Replug(place, *UsedFault(last.faults, FaultKind::Unplug));
+        std::string error;
+        port = Open(options, place, PATIENCE_MS, &error);
+        if (stop_requested) return 0;
+        if (port == nullptr) {
+            ReportError(options.reporter, error);
+            return 1;
+        }
+        ReportReady(options.reporter, port->Address(), place.link);
     }
-    if (stop_requested != 0) return 0;
-    std::fprintf(stderr, "sat-emulator: a porta %s foi perdida\n", port.Address().c_str());
-    return 1;
 }
 
 std::vector<std::string> StartNames() {
@@ -106,9 +143,25 @@ std::vector<std::string> StartNames() {
 }
 
 void Describe(CLI::App& app, Options& options) {
+    app.set_help_flag("-h,--help", "Mostra esta ajuda")->group("Saida");
+    app.get_formatter()->label("Usage", "Uso");
+    app.get_formatter()->label("OPTIONS", "OPCOES");
+    app.failure_message([](const CLI::App*, const CLI::Error& failure) {
+        return "sat-emulator: " + std::string(failure.what()) + "\nVeja sat-emulator --help.\n";
+    });
+    app.option_defaults()->group("Porta");
     app.add_option("--port", options.port.name,
                    "Porta serial, como COM12, CNCA0 ou /dev/ttyS0; sem ela, um pseudo-terminal novo (Linux)");
     app.add_option("--link", options.port.link, "Nome estavel para o pseudo-terminal; removido no fim");
+    app.add_option("--baud", options.baud,
+                   "Ritmo da linha, 10 bits por byte; sem ele, o mais rapido possivel")
+        ->check([](const std::string& text) {
+            int64_t baud = 0;
+            return ParseNumber(text, 300, 10000000, &baud)
+                       ? std::string()
+                       : "--baud " + text + ": esperado um numero de 300 a 10000000";
+        });
+    app.option_defaults()->group("Equipamento");
     app.add_option("--activation-code", options.device.activation_code, "Codigo de ativacao")
         ->capture_default_str();
     app.add_option("--emergency-code", options.device.emergency_code, "Codigo de ativacao de emergencia")
@@ -129,7 +182,10 @@ void Describe(CLI::App& app, Options& options) {
         "--state", options.state,
         "Arquivo em que o equipamento guarda o que sabe, a cada comando, antes de responder; criado se "
         "nao existe. O que ja esta nele vale mais que --start-as, os codigos e o CNPJ");
-    app.add_flag("--quiet", options.quiet, "Nao mostra uma linha por comando");
+    app.option_defaults()->group("Saida");
+    app.add_flag("--quiet", options.reporter.quiet, "Nao mostra uma linha por comando");
+    app.add_flag("--json", options.reporter.json, "Mostra um objeto JSON por linha");
+    DescribeFaults(app, options.faults);
 }
 
 int Run(int argc, char** argv) {
@@ -138,24 +194,29 @@ int Run(int argc, char** argv) {
     Describe(app, options);
     CLI11_PARSE(app, argc, argv);
 
-    Device device = NewDevice(options.device, std::random_device()(), options.start_as);
-    std::string error;
-    if (!options.state.empty()) error = LoadOrCreateState(options.state, &device);
-    if (!error.empty()) {
-        std::fprintf(stderr, "sat-emulator: %s\n", error.c_str());
-        return 1;
-    }
+    SecureInput();
     options.port.stop = &stop_requested;
     OnStop(RequestStop);
-    const auto port = OpenPort(options.port, &error);
-    if (port == nullptr) {
-        std::fprintf(stderr, "sat-emulator: %s\n", error.c_str());
+    std::string error;
+    if (!ArmFaults(options.faults, fault_plan, &error)) {
+        ReportError(options.reporter, error);
         return 1;
     }
-    std::printf("pronto %s%s%s\n", port->Address().c_str(), options.port.link.empty() ? "" : " ",
-                options.port.link.c_str());
-    std::fflush(stdout);
-    return Serve(options, device, *port);
+    Device device = NewDevice(options.device, std::random_device()(), options.start_as);
+    if (!options.state.empty()) error = LoadOrCreateState(options.state, &device);
+    if (!error.empty()) {
+        ReportError(options.reporter, error);
+        return 1;
+    }
+    auto port = Open(options, options.port, 0, &error);
+    if (port == nullptr) {
+        ReportError(options.reporter, error);
+        return 1;
+    }
+    ReportReady(options.reporter, port->Address(), options.port.link);
+    if (options.faults.seed_is_ours) ReportSeed(options.reporter, options.faults.seed);
+    StartConsole({.plan = fault_plan, .reporter = options.reporter, .stop = stop_requested});
+    return Serve(options, device, std::move(port));
 }
 
 }  // namespace

@@ -9,18 +9,22 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 namespace emulator {
 
 namespace {
 
 int64_t SteadyMs() {
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+    return SteadyUs() / 1000;
+}
+
+bool IsSet(const StopFlag* stop) {
+    return stop != nullptr && *stop;
 }
 
 bool MakeRaw(int descriptor) {
@@ -39,7 +43,7 @@ struct PosixPort : Port {
     int slave = -1;  // kept open, so that a caller that closes its end does not hang the line up
     std::string address;
     std::string link;
-    const volatile std::sig_atomic_t* stop = nullptr;
+    const StopFlag* stop = nullptr;
 
     ~PosixPort() override {
         RemoveLink();
@@ -47,7 +51,7 @@ struct PosixPort : Port {
         if (slave >= 0) close(slave);
     }
 
-    bool Stopping() const { return stop != nullptr && *stop != 0; }
+    bool Stopping() const { return IsSet(stop); }
 
     // Waits for an event; false when none came in time.
     bool Await(short events, int64_t wait_ms) const {
@@ -84,10 +88,25 @@ struct PosixPort : Port {
         return true;
     }
 
-    int64_t NowMs() override { return SteadyMs(); }
+    int64_t NowUs() override { return SteadyUs(); }
+
+    bool SleepUntil(int64_t moment_us) override { return SleepUntilUs(moment_us, stop); }
 
     void DropUnread() override {
         if (slave >= 0) tcflush(slave, TCIFLUSH);
+    }
+
+    // What was written to a pseudo-terminal may still be on its way into the other end's queue, so that one
+    // empty look is not enough.
+    void AwaitTaken(int64_t wait_ms) override {
+        const int64_t deadline = SteadyMs() + wait_ms;
+        for (int looks = 0; looks < 20 && SteadyMs() < deadline && SleepUntil(SteadyUs() + 1000);) {
+            int left = 0;
+            const int result =
+                slave >= 0 ? ioctl(slave, FIONREAD, &left) : ioctl(descriptor, TIOCOUTQ, &left);
+            if (result != 0) return;
+            looks = left == 0 ? looks + 1 : 0;
+        }
     }
 
     std::string Address() const override { return address; }
@@ -159,6 +178,22 @@ std::unique_ptr<Port> OpenPort(const PortOptions& options, std::string* error) {
         return nullptr;
     }
     return port;
+}
+
+int64_t SteadyUs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * 1000000 + now.tv_nsec / 1000;
+}
+
+bool SleepUntilUs(int64_t moment_us, const StopFlag* stop) {
+    // In slices: a stop signal that comes right before the wait would not end it.
+    for (int64_t now = SteadyUs(); now < moment_us && !IsSet(stop); now = SteadyUs()) {
+        const int64_t end = std::min<int64_t>(moment_us, now + 100000);
+        const timespec until{static_cast<time_t>(end / 1000000), static_cast<long>(end % 1000000 * 1000)};
+        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
+    }
+    return !IsSet(stop);
 }
 
 void OnStop(void (*handler)(int)) {

@@ -2,9 +2,12 @@
 
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
+// Needs what stands above it.
+#include <mmsystem.h>
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 
 namespace emulator {
 
@@ -13,33 +16,54 @@ namespace {
 constexpr DWORD QUEUE_SIZE = 16384;
 // Some systems keep a read waiting to its end although a byte came, so that a wait is cut in short slices.
 constexpr int64_t SLICE_MS = 20;
+// As long as this a caller in the middle of an exchange may take to answer.
+constexpr int64_t BUSY_MS = 100;
 
 int64_t SteadyMs() {
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+    return SteadyUs() / 1000;
+}
+
+bool IsSet(const StopFlag* stop) {
+    return stop != nullptr && *stop;
 }
 
 struct WindowsPort : Port {
     HANDLE handle = INVALID_HANDLE_VALUE;
     std::string address;
-    const volatile std::sig_atomic_t* stop = nullptr;
+    const StopFlag* stop = nullptr;
 
     ~WindowsPort() override {
         if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
     }
 
-    bool Stopping() const { return stop != nullptr && *stop != 0; }
+    bool Stopping() const { return IsSet(stop); }
+
+    // How many bytes wait to be read; -1 when the port is gone.
+    int Queued() const {
+        DWORD errors = 0;
+        COMSTAT status{};
+        if (!ClearCommError(handle, &errors, &status)) return -1;
+        return static_cast<int>(std::min<DWORD>(status.cbInQue, QUEUE_SIZE));
+    }
 
     int Read(char* buffer, size_t size, int64_t wait_ms) override {
         const auto wanted = static_cast<DWORD>(std::min<size_t>(size, QUEUE_SIZE));
-        const int64_t deadline = SteadyMs() + wait_ms;
-        do {
-            if (Stopping()) return -1;
+        const int64_t start = SteadyMs();
+        while (!Stopping()) {
+            const int64_t passed = SteadyMs() - start;
+            const int64_t left = wait_ms - passed;
+            // A read may take its whole slice although a byte came: who answers soon, and who cannot wait so
+            // long, is looked for instead.
+            const bool looking = left < SLICE_MS || passed < BUSY_MS;
+            const int queued = looking ? Queued() : 1;
+            if (queued < 0) return -1;
             DWORD count = 0;
-            if (!ReadFile(handle, buffer, wanted, &count, nullptr)) return -1;
+            if (queued > 0 && !ReadFile(handle, buffer, wanted, &count, nullptr)) return -1;
             if (count > 0) return static_cast<int>(count);
-        } while (SteadyMs() < deadline);
-        return 0;
+            if (left <= 0) return 0;
+            if (queued == 0) Sleep(1);
+        }
+        return -1;
     }
 
     bool Write(const char* bytes, size_t size, int64_t wait_ms) override {
@@ -54,7 +78,18 @@ struct WindowsPort : Port {
         return true;
     }
 
-    int64_t NowMs() override { return SteadyMs(); }
+    int64_t NowUs() override { return SteadyUs(); }
+
+    bool SleepUntil(int64_t moment_us) override { return SleepUntilUs(moment_us, stop); }
+
+    void AwaitTaken(int64_t wait_ms) override {
+        const int64_t deadline = SteadyMs() + wait_ms;
+        DWORD errors = 0;
+        COMSTAT status{};
+        while (SteadyMs() < deadline && ClearCommError(handle, &errors, &status) && status.cbOutQue > 0) {
+            if (!SleepUntil(SteadyUs() + 1000)) return;
+        }
+    }
 
     std::string Address() const override { return address; }
 
@@ -98,6 +133,22 @@ std::unique_ptr<Port> OpenPort(const PortOptions& options, std::string* error) {
         return nullptr;
     }
     return port;
+}
+
+int64_t SteadyUs() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::microseconds>(now).count();
+}
+
+bool SleepUntilUs(int64_t moment_us, const StopFlag* stop) {
+    // The system's tick is 15 ms long unless a program asks for a shorter one.
+    static const MMRESULT tick = timeBeginPeriod(1);
+    static_cast<void>(tick);
+    for (int64_t now = SteadyUs(); now < moment_us && !IsSet(stop); now = SteadyUs()) {
+        const int64_t ms = (moment_us - now + 999) / 1000;
+        Sleep(static_cast<DWORD>(std::min<int64_t>(ms, 100)));
+    }
+    return !IsSet(stop);
 }
 
 void OnStop(void (*handler)(int)) {
