@@ -3,6 +3,8 @@ import os
 import subprocess
 
 from client import Client
+from emulator import Emulator
+from pair import Pair
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
@@ -30,6 +32,16 @@ class Linux:
 
     def connect_as_emulator(self, line):
         return self.connect(line)
+
+    def emulator(self, *options):
+        """sat-emulator, ready; the port that leads to it, and the settings that lead to the port."""
+        emulator = Emulator([os.path.join(self.build, "sat-emulator")], options=["--json", *options])
+        return emulator, *self.where(emulator.event("ready"))
+
+    def where(self, ready):
+        """The port of an emulator that has just said that it is ready."""
+        port = "COM%d" % (1000 + int(ready["address"].rsplit("/", 1)[1]))
+        return port, {"emulator_port": port}
 
     def client(self, folder):
         return Client([os.path.join(self.build, "zantir-call"), os.path.join(self.build, "libzantir64.so")], folder)
@@ -93,6 +105,21 @@ class Wine:
         """Another port, which no present device has."""
         self.link("COM9", line.name)
         return "COM9", {"emulator_port": "COM9"}
+
+    def emulator(self, *options):
+        """The Windows program at COM12, one end of a pair whose other end is the device's port; COM13 and COM8 are
+        another pair."""
+        self.pairs = {"COM12": Pair(), "COM13": Pair()}
+        for (port, pair), near in zip(self.pairs.items(), (self.port, "COM8")):
+            self.link(port, pair.far)
+            self.link(near, pair.near)
+        emulator = Emulator([os.path.join(TOP, "scripts", "wine"), os.path.join(self.build, "sat-emulator.exe")],
+                            self.environment, ["--json", "--port", "COM12", *options])
+        return emulator, *self.where(emulator.event("ready", 60))
+
+    def where(self, ready):
+        port = {"COM12": self.port, "COM13": "COM8"}[ready["address"]]
+        return port, {"fixed_port": port}
 
     def client(self, folder):
         library = "Z:" + os.path.join(self.build, "ZANTIR64.dll").replace("/", "\\")
