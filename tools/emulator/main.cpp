@@ -136,6 +136,7 @@ int Serve(const Options& options, Device& device, std::unique_ptr<Port> port) {
 
 std::vector<std::string> StartNames() {
     std::vector<std::string> names;
+    names.reserve(std::size(STARTS));
     for (const Start& start : STARTS) {
         names.emplace_back(start.name);
     }
