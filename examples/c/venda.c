@@ -16,10 +16,20 @@
 static void pause_ms(unsigned milliseconds) {
     Sleep(milliseconds);
 }
+static unsigned fine_time(void) {
+    LARGE_INTEGER ticks;
+    QueryPerformanceCounter(&ticks);
+    return (unsigned)ticks.QuadPart;
+}
 #else
 static void pause_ms(unsigned milliseconds) {
     const struct timespec time = {milliseconds / 1000, (long)(milliseconds % 1000) * 1000000};
     nanosleep(&time, NULL);
+}
+static unsigned fine_time(void) {
+    struct timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    return (unsigned)now.tv_sec * 1000003U + (unsigned)now.tv_nsec;
 }
 #endif
 
@@ -134,7 +144,8 @@ int main(int argc, char** argv) {
         fprintf(stderr, "venda VENDA.xml [CODIGO]\n");
         return 3;
     }
-    srand((unsigned)time(NULL) ^ (unsigned)clock());
+    // Seconds alone would give two sales of one second the same session.
+    srand(fine_time());
     const int status = run(argc > 2 ? argv[2] : "12345678", xml);
     free(xml);
     return status;

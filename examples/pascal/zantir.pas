@@ -232,4 +232,8 @@ end;
 
 initialization
   Randomize;
+{$IFDEF FPC}
+  { Seeded by seconds alone, two sales of one second would have the same session. }
+  RandSeed := RandSeed xor LongInt(GetTickCount64) xor (LongInt(GetProcessID) shl 12);
+{$ENDIF}
 end.
