@@ -59,7 +59,7 @@ void Clock::At(int64_t at_us, std::function<void()> action) {
     std::push_heap(timers_.begin(), timers_.end(), Later);
 }
 
-void Clock::AdvanceTo(int64_t at_us) {
+void Clock::RunTo(int64_t at_us) {
     while (!timers_.empty() && timers_.front().at_us <= at_us) {
         std::pop_heap(timers_.begin(), timers_.end(), Later);
         Timer timer = std::move(timers_.back());

@@ -24,6 +24,21 @@ struct Stuck : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/** Who runs while somebody waits, when several simulated processes take turns. */
+class Turns {
+  public:
+    virtual ~Turns() = default;
+
+    /**
+     * The running process waits for a moment; it calls Clock::RunTo when the moment is there. A wait that
+     * `wakes` also ends with the next Wake, whatever the time.
+     */
+    virtual void WaitUntil(int64_t at_us, bool wakes) = 0;
+
+    /** Something was given up that others may be waiting for. */
+    virtual void Wake() = 0;
+};
+
 /**
  * Two clocks with microsecond resolution. The steady one counts from 0 at the reset, never runs backwards,
  * and drives the counter and every wait. The calendar is the steady clock plus an offset that the test may
@@ -33,6 +48,9 @@ class Clock {
   public:
     /** Sets the calendar, forwards or backwards. The steady clock does not notice. */
     void SetUtc(int year, int month, int day, int hour, int minute, int second, int millisecond = 0);
+
+    /** The same by a number of seconds, forwards or backwards. */
+    void ShiftUtc(int64_t seconds) { utc_offset_us_ += seconds * 1'000'000; }
 
     /** Local time minus UTC, in minutes; -180 after a reset. */
     void SetZone(int minutes) { zone_minutes_ = minutes; }
@@ -60,12 +78,25 @@ class Clock {
     /** Called in each plat_sleep_ms when its time has passed, with its milliseconds. May throw. */
     std::function<void(uint32_t milliseconds)> on_sleep;
 
+    /** Not owned; nullptr, as after a reset, when whoever waits keeps the machine to himself. */
+    Turns* turns = nullptr;
+
     /** What a call that would return nothing in no time costs, so that a loop around it ends; 1000 after a
      * reset. */
     int64_t idle_cost_us = 1000;
 
     // Used by the platform's routines.
-    void AdvanceTo(int64_t at_us);
+    void AdvanceTo(int64_t at_us, bool wakes = false) {
+        if (turns != nullptr) {
+            turns->WaitUntil(at_us, wakes);
+        } else {
+            RunTo(at_us);
+        }
+    }
+    void RunTo(int64_t at_us);
+    void Wake() {
+        if (turns != nullptr) turns->Wake();
+    }
     int64_t NextTimerUs() const { return timers_.empty() ? kForever : timers_.front().at_us; }
     void Sleep(uint32_t milliseconds);
     plat_calendar Calendar(bool local) const;

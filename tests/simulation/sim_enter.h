@@ -25,4 +25,11 @@ Result Fail(uint32_t error, Result result) {
     return result;
 }
 
+/** Tells whoever watches about a call, and passes its result on. */
+template <class Result>
+Result Seen(Call call, int64_t argument, Result result) {
+    if (Observer* observer = world().observer) observer->OnCall(call, argument, static_cast<int64_t>(result));
+    return result;
+}
+
 }  // namespace sim

@@ -139,6 +139,7 @@ int Faults::Attend(Call call) {
     if (total_ >= kill_at_) {
         kill_at_ = kNever;
         SetAttention();
+        if (world().observer != nullptr) world().observer->OnFault(call, -1);
         world().EndProcess(world().Process());
         throw Killed("ended at call " + std::to_string(total_) + " " + CallName(call));
     }
@@ -155,6 +156,7 @@ int Faults::Attend(Call call) {
     SetAttention();
     if (way >= 0) {
         ++fired_;
+        if (world().observer != nullptr) world().observer->OnFault(call, way);
         last_fired_ = std::to_string(total_) + " " + CallName(call) + ": " + WayText(call, way);
     }
     return way;

@@ -30,6 +30,7 @@ void Mutexes::GiveUp(Mutex& mutex, bool abandoned) {
     mutex.depth = 0;
     mutex.abandoned = abandoned;
     mutex.until_us = kForever;
+    world().clock.Wake();
 }
 
 void Mutexes::Expire(Mutex& mutex, int64_t now_us) {
@@ -102,7 +103,7 @@ uint32_t Mutexes::Wait(plat_handle handle, uint32_t milliseconds, uint32_t threa
         if (clock.NowUs() >= deadline_us) return PLAT_WAIT_TIMEOUT;
         const int64_t next_us = std::min({mutex->until_us, clock.NextTimerUs(), deadline_us});
         if (next_us == kForever) throw Stuck("waiting for ever for the mutex " + mutex->name);
-        clock.AdvanceTo(next_us);
+        clock.AdvanceTo(next_us, true);
     }
 }
 

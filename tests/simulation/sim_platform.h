@@ -27,6 +27,7 @@
 #include "sim_faults.h"
 #include "sim_files.h"
 #include "sim_mutexes.h"
+#include "sim_observer.h"
 #include "sim_serial.h"
 
 namespace sim {
@@ -48,6 +49,9 @@ class World {
     Mutexes mutexes;
     Ports ports;
     Files files;
+
+    /** Not owned; nullptr when nobody watches. */
+    Observer* observer = nullptr;
 
     /** In enumeration order. */
     std::vector<PresentDevice> devices;

@@ -75,6 +75,7 @@ int64_t plat_calendar_to_system_time(const plat_calendar* utc) {
 void plat_sleep_ms(uint32_t milliseconds) {
     SIM_ENTER(SleepMs, "%u", milliseconds);
     world.clock.Sleep(milliseconds);
+    sim::Seen(sim::Call::SleepMs, milliseconds, 0);
 }
 
 // ---------------------------------------------------------------------------------------------------- errors
@@ -100,12 +101,12 @@ char* plat_error_text(uint32_t code) {
 
 plat_handle plat_mutex_create(const char* name) {
     SIM_ENTER(MutexCreate, "%s", name);
-    if (way >= 0) return sim::Fail<plat_handle>(PLAT_ERROR_ACCESS_DENIED, 0);
-    return world.mutexes.Create(name);
+    const plat_handle handle =
+        way >= 0 ? sim::Fail<plat_handle>(PLAT_ERROR_ACCESS_DENIED, 0) : world.mutexes.Create(name);
+    return sim::Seen(sim::Call::MutexCreate, 0, handle);
 }
 
-uint32_t plat_mutex_wait(plat_handle mutex, uint32_t milliseconds) {
-    SIM_ENTER(MutexWait, "%u", milliseconds);
+static uint32_t WaitForMutex(sim::World& world, int way, plat_handle mutex, uint32_t milliseconds) {
     switch (way) {
         case 0:
             world.clock.Advance(milliseconds);
@@ -119,10 +120,16 @@ uint32_t plat_mutex_wait(plat_handle mutex, uint32_t milliseconds) {
     }
 }
 
+uint32_t plat_mutex_wait(plat_handle mutex, uint32_t milliseconds) {
+    SIM_ENTER(MutexWait, "%u", milliseconds);
+    return sim::Seen(sim::Call::MutexWait, milliseconds, WaitForMutex(world, way, mutex, milliseconds));
+}
+
 bool plat_mutex_release(plat_handle mutex) {
     SIM_ENTER(MutexRelease);
-    if (way >= 0) return sim::Fail(sim::kErrorNotOwner, false);
-    return world.mutexes.ReleaseOnce(mutex, world.Thread());
+    const bool released =
+        way >= 0 ? sim::Fail(sim::kErrorNotOwner, false) : world.mutexes.ReleaseOnce(mutex, world.Thread());
+    return sim::Seen(sim::Call::MutexRelease, 0, released);
 }
 
 // ------------------------------------------------------------------------------------------------------ text

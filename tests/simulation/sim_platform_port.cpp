@@ -10,6 +10,7 @@
 
 using sim::Fail;
 using sim::HandleKind;
+using sim::Seen;
 
 // ----------------------------------------------------------------------------------------------- serial port
 
@@ -17,8 +18,10 @@ plat_handle plat_port_open(const char* path) {
     SIM_ENTER(PortOpen, "%s", path);
     constexpr uint32_t kErrors[] = {PLAT_ERROR_FILE_NOT_FOUND, PLAT_ERROR_ACCESS_DENIED,
                                     sim::kErrorNotWorking};
-    if (way >= 0) return Fail(kErrors[way], PLAT_INVALID_HANDLE);
-    return world.ports.Open(path, world.Process());
+    const plat_handle port =
+        way >= 0 ? Fail(kErrors[way], PLAT_INVALID_HANDLE) : world.ports.Open(path, world.Process());
+    if (world.observer != nullptr) world.observer->OnOpen(path, port);
+    return port;
 }
 
 namespace {
@@ -64,58 +67,64 @@ bool plat_port_parse_mode(const char* mode, plat_line_settings* settings) {
     SIM_ENTER(PortParseMode, "%s", mode);
     const size_t length = std::strlen(mode);
     if (way >= 0 || length >= sizeof settings->native || !ParseMode(mode, settings))
-        return Fail(sim::kErrorInvalidParameter, false);
+        return Seen(sim::Call::PortParseMode, 0, Fail(sim::kErrorInvalidParameter, false));
     // The text itself is the native block; the record of the line shows it once it is applied.
     std::memcpy(settings->native, mode, length + 1);
-    return true;
+    return Seen(sim::Call::PortParseMode, 0, true);
 }
+
+namespace {
+
+/** The record that a setting is noted in; nullptr when the setting fails. */
+sim::LineRecord* RecordFor(plat_handle port, int way) {
+    return way >= 0 ? Fail<sim::LineRecord*>(sim::kErrorNotWorking, nullptr)
+                    : sim::world().ports.RecordOf(port);
+}
+
+}  // namespace
 
 bool plat_port_apply(plat_handle port, const plat_line_settings* settings) {
     SIM_ENTER(PortApply, "%s", reinterpret_cast<const char*>(settings->native));
-    if (way >= 0) return Fail(sim::kErrorNotWorking, false);
-    sim::LineRecord* record = world.ports.RecordOf(port);
-    if (record == nullptr) return false;
+    sim::LineRecord* record = RecordFor(port, way);
+    if (record == nullptr) return Seen(sim::Call::PortApply, 0, false);
     const auto* mode = reinterpret_cast<const char*>(settings->native);
     const auto* end = std::find(mode, mode + sizeof settings->native, '\0');
     record->mode.assign(mode, end);
     record->settings = *settings;
     ++record->applies;
-    return true;
+    return Seen(sim::Call::PortApply, 0, true);
 }
 
 bool plat_port_set_queues(plat_handle port, uint32_t input_size, uint32_t output_size) {
     SIM_ENTER(PortSetQueues, "%u %u", input_size, output_size);
-    if (way >= 0) return Fail(sim::kErrorNotWorking, false);
-    sim::LineRecord* record = world.ports.RecordOf(port);
-    if (record == nullptr) return false;
+    sim::LineRecord* record = RecordFor(port, way);
+    if (record == nullptr) return Seen(sim::Call::PortSetQueues, 0, false);
     record->input_queue = input_size;
     record->output_queue = output_size;
-    return true;
+    return Seen(sim::Call::PortSetQueues, 0, true);
 }
 
 bool plat_port_set_timeouts(plat_handle port, const plat_port_timeouts* timeouts) {
     SIM_ENTER(PortSetTimeouts, "%u %u %u %u %u", timeouts->read_interval, timeouts->read_total_multiplier,
               timeouts->read_total_constant, timeouts->write_total_multiplier,
               timeouts->write_total_constant);
-    if (way >= 0) return Fail(sim::kErrorNotWorking, false);
-    sim::LineRecord* record = world.ports.RecordOf(port);
-    if (record == nullptr) return false;
+    sim::LineRecord* record = RecordFor(port, way);
+    if (record == nullptr) return Seen(sim::Call::PortSetTimeouts, 0, false);
     record->timeouts = *timeouts;
-    return true;
+    return Seen(sim::Call::PortSetTimeouts, 0, true);
 }
 
 bool plat_port_raise(plat_handle port, plat_port_signal signal) {
     SIM_ENTER(PortRaise, "%s", signal == PLAT_SIGNAL_DTR ? "DTR" : "RTS");
-    if (way >= 0) return Fail(sim::kErrorNotWorking, false);
-    sim::LineRecord* record = world.ports.RecordOf(port);
-    if (record == nullptr) return false;
+    sim::LineRecord* record = RecordFor(port, way);
+    if (record == nullptr) return Seen(sim::Call::PortRaise, signal, false);
     (signal == PLAT_SIGNAL_DTR ? record->dtr : record->rts) = true;
-    return true;
+    return Seen(sim::Call::PortRaise, signal, true);
 }
 
-uint32_t plat_port_read(plat_handle port, void* buffer, uint32_t size) {
-    SIM_ENTER(PortRead, "%u", size);
-    auto* bytes = static_cast<uint8_t*>(buffer);
+namespace {
+
+uint32_t ReadPort(sim::World& world, int way, plat_handle port, uint8_t* bytes, uint32_t size) {
     switch (way) {
         case 0:
             world.clock.AdvanceUs(world.clock.idle_cost_us);
@@ -129,9 +138,7 @@ uint32_t plat_port_read(plat_handle port, void* buffer, uint32_t size) {
     }
 }
 
-uint32_t plat_port_write(plat_handle port, const void* bytes, uint32_t size) {
-    const auto* data = static_cast<const uint8_t*>(bytes);
-    SIM_ENTER(PortWrite, "%u: %02X", size, size > 0 ? data[0] : 0U);
+uint32_t WritePort(sim::World& world, int way, plat_handle port, const uint8_t* data, uint32_t size) {
     switch (way) {
         case 0:
             world.clock.AdvanceUs(world.clock.idle_cost_us);
@@ -145,20 +152,37 @@ uint32_t plat_port_write(plat_handle port, const void* bytes, uint32_t size) {
     }
 }
 
+}  // namespace
+
+uint32_t plat_port_read(plat_handle port, void* buffer, uint32_t size) {
+    SIM_ENTER(PortRead, "%u", size);
+    auto* bytes = static_cast<uint8_t*>(buffer);
+    const uint32_t read = ReadPort(world, way, port, bytes, size);
+    if (world.observer != nullptr) world.observer->OnRead(bytes, size, read);
+    return read;
+}
+
+uint32_t plat_port_write(plat_handle port, const void* bytes, uint32_t size) {
+    const auto* data = static_cast<const uint8_t*>(bytes);
+    SIM_ENTER(PortWrite, "%u: %02X", size, size > 0 ? data[0] : 0U);
+    const uint32_t written = WritePort(world, way, port, data, size);
+    if (world.observer != nullptr) world.observer->OnWrite(data, size, written);
+    return written;
+}
+
 bool plat_port_flush(plat_handle port) {
     SIM_ENTER(PortFlush);
-    if (way >= 0) return Fail(sim::kErrorNotWorking, false);
-    sim::LineRecord* record = world.ports.RecordOf(port);
-    if (record == nullptr) return false;
+    sim::LineRecord* record = RecordFor(port, way);
+    if (record == nullptr) return Seen(sim::Call::PortFlush, 0, false);
     ++record->flushes;
-    return true;
+    return Seen(sim::Call::PortFlush, 0, true);
 }
 
 bool plat_port_close(plat_handle port) {
     SIM_ENTER(PortClose);
     if (way == 0) world.ports.Close(port);
-    if (way >= 0) return Fail(sim::kErrorInvalidHandle, false);
-    return world.ports.Close(port);
+    const bool closed = way >= 0 ? Fail(sim::kErrorInvalidHandle, false) : world.ports.Close(port);
+    return Seen(sim::Call::PortClose, port, closed);
 }
 
 // ------------------------------------------------------------------------------------------- present devices

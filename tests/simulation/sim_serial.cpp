@@ -72,6 +72,16 @@ size_t Ports::OpenCount() const {
     return static_cast<size_t>(open) + dead_handles_.size();
 }
 
+size_t Ports::OpenCountOf(uint32_t process) const {
+    const auto open = std::count_if(lines_.begin(), lines_.end(), [process](const auto& line) {
+        return line->IsOpen() && line->opened_by_ == process;
+    });
+    const auto dead =
+        std::count_if(dead_handles_.begin(), dead_handles_.end(),
+                      [process](const DeadHandle& handle) { return handle.process == process; });
+    return static_cast<size_t>(open + dead);
+}
+
 void Ports::CloseAll(uint32_t process) {
     std::erase_if(dead_handles_, [process](const DeadHandle& dead) { return dead.process == process; });
     for (const auto& line : lines_)

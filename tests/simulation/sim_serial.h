@@ -139,6 +139,7 @@ class Ports {
 
     /** Ports that the library has open. */
     size_t OpenCount() const;
+    size_t OpenCountOf(uint32_t process) const;
 
     /** Closes what the process has open. World::EndProcess calls it. */
     void CloseAll(uint32_t process);

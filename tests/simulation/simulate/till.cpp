@@ -1,0 +1,148 @@
+#include "till.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "broken.h"
+
+namespace simulate {
+
+namespace {
+
+constexpr size_t kBufferSize = 10485760;
+
+/** So much behind what may be used is looked at too. */
+constexpr size_t kLookBehind = 256;
+
+}  // namespace
+
+void Till::Start() {
+    library_.Reload();
+    clock_.Reset();
+    buffer_ = nullptr;
+    buffer_used_ = 0;
+    must_restart_ = false;
+    kept_lock_ = false;
+}
+
+void Till::Prepare(const Plan& plan) {
+    plan_ = &plan;
+    disturbed_ = false;
+    kept_lock_ = false;
+    // The library looks at the file's time at every call, so these are in force from now on.
+    settings_ = shop_.Ini();
+    const bool command = plan.request.command != kVersion;
+    command_text_ = command ? CommandText(plan.request) : std::string();
+    judge_.Begin(command ? kCommands[plan.request.command].name : "VersaoDllZantir", command_text_,
+                 command ? settings_.TimeoutS(plan.request.command) : 0, true, &clock_);
+    doubts_before_ = shop_.Doubts();
+    live_before_ = sim::world().LiveAllocations();
+}
+
+void Till::Run(const Plan& plan, Report* report) {
+    Prepare(plan);
+    const char* text = nullptr;
+    try {
+        text = library_.Call(plan.request);
+    } catch (const sim::Killed&) {
+        must_restart_ = true;
+    }
+    Outcome outcome = Outcome::Killed;
+    if (text != nullptr) {
+        outcome = judge_.JudgeEnd(text);
+        JudgeBuffer(text);
+        JudgeMachine(outcome);
+        JudgeResultFile(text);
+        JudgePromise(outcome);
+        kept_lock_ = outcome == Outcome::KeptLock;
+        must_restart_ = judge_.PortStuck() || judge_.LockStuck();
+        for (const char* byte = text; *byte != '\0' && byte < text + 64; ++byte)
+            report->Add(static_cast<uint8_t>(*byte));
+    }
+    last_outcome_ = outcome;
+    shop_.Close();
+    report->Count(plan, outcome);
+    report->Add(static_cast<uint64_t>(sim::world().clock.NowUs()));
+    report->Add(static_cast<uint64_t>(outcome));
+}
+
+/** The text to the byte, and nothing of an earlier call behind it. */
+void Till::JudgeBuffer(const char* text) {
+    if (buffer_ != nullptr && text != buffer_) Break("the export returned another buffer than before");
+    buffer_ = text;
+    const std::string& image = judge_.Image();
+    if (std::memcmp(text, image.data(), image.size()) != 0) {
+        Break("the caller got %s where %s is due", Shown({text, image.size()}).c_str(), Shown(image).c_str());
+    }
+    const size_t end = std::min(std::max(image.size(), buffer_used_) + kLookBehind, kBufferSize);
+    for (size_t i = image.size(); i < end; ++i)
+        if (text[i] != '\0')
+            Break("byte %zu of the reply buffer is %02X, behind a text of %zu", i,
+                  static_cast<unsigned>(static_cast<uint8_t>(text[i])), image.size());
+    buffer_used_ = std::max(image.size(), command_text_.size() + 3);
+}
+
+/** Nothing is left open, held or allocated but what is left on purpose. */
+void Till::JudgeMachine(Outcome outcome) const {
+    const sim::World& world = sim::world();
+    if (!judge_.PortStuck() && world.ports.OpenCountOf(number_) != 0) Break("a port is left open");
+    const bool owner = world.mutexes.Owner(kLockName) == world.Thread();
+    if (outcome == Outcome::KeptLock && !judge_.LockInDoubt() && !disturbed_ && !owner)
+        Break("the lock is not kept");
+    if (outcome != Outcome::KeptLock && !judge_.LockStuck() && owner) Break("the lock is left taken");
+    if (judge_.Faults() != 0) return;
+    for (const sim::World::DeviceSet& set : world.device_sets)
+        if (set.handle != 0 && set.process == number_) Break("a device set is left open");
+    if (world.files.OpenFiles() != 0) Break("a file is left open");
+    if (world.files.OpenAppends() > Library::kCopies || world.files.OpenSearches() > Library::kCopies)
+        Break("%zu protocol logs and %zu searches are open", world.files.OpenAppends(),
+              world.files.OpenSearches());
+    if (shop_.Doubts() == doubts_before_ && world.LiveAllocations() != live_before_)
+        Break("%lld allocations are left", static_cast<long long>(world.LiveAllocations() - live_before_));
+}
+
+void Till::JudgeResultFile(const char* text) const {
+    if (!settings_.result_files || judge_.Faults() != 0) return;
+    if (plan_->request.command == kVersion) return;
+    sim::World& world = sim::world();
+    if (!world.files.IsFolder(settings_.result_folder)) return;
+    const plat_calendar now = world.clock.Calendar(true);
+    const int session = Reduced(plan_->request.session);
+    char name[128];
+    const char* front = kCommands[plan_->request.command].result_file;
+    snprintf(name, sizeof name, "%s\\%s%02d%02d%02d%02d-%02d-1.sat", settings_.result_folder.c_str(),
+             front != nullptr ? front : "", now.day, now.hour, now.minute, now.second, session);
+    if (front == nullptr) return;
+    if (!world.files.Exists(name)) Break("there is no result file %s", name);
+    if (std::strlen(text) < 1 << 20 && world.files.Text(name) != text)
+        Break("the result file %s holds %s", name, Shown(world.files.Text(name)).c_str());
+    world.files.Remove(name);
+}
+
+/** No text comes that the device did not send, unless what it sent ran together with something else. */
+void Till::JudgeOrigin() const {
+    static constexpr Fault kMixed[] = {Fault::JunkBeforeAck, Fault::DuplicateAck, Fault::LostByte,
+                                       Fault::ControlBytes,  Fault::JunkInstead,  Fault::EndlessJunk,
+                                       Fault::JunkBehind,    Fault::StaleReply};
+    for (const Fault fault : kMixed)
+        if (plan_->faulty[static_cast<size_t>(fault)]) return;
+    const ShopDevice* device = shop_.DeviceAt(judge_.Taken().port);
+    if (device != nullptr && !device->SentText(judge_.Link().Reply()))
+        Break("the device has not sent %s", Shown(judge_.Link().Reply()).c_str());
+}
+
+/** Without a fault the device's reply comes. */
+void Till::JudgePromise(Outcome outcome) const {
+    if (disturbed_ || judge_.Faults() != 0) return;
+    if (outcome == Outcome::Reply) JudgeOrigin();
+    if (!plan_->clean || outcome == Outcome::Version || outcome == Outcome::LockTimeout ||
+        outcome == Outcome::TooLong)
+        return;
+    // With the settings of this moment the call may lead to a port without the device.
+    if (judge_.Taken().kind != Route::Kind::Open || shop_.DeviceAt(judge_.Taken().port) == nullptr) return;
+    if (outcome != Outcome::Reply)
+        Break("nothing went wrong, yet the call ended with \"%s\"", OutcomeName(outcome));
+    if (judge_.Link().Reply() != plan_->reply) Break("the device answered %s", Shown(plan_->reply).c_str());
+}
+
+}  // namespace simulate
