@@ -41,7 +41,7 @@ void DrawPlan(Draw& draw, Plan* plan) {
     DrawRequest(draw, &plan->request);
     if (plan->request.command != kVersion) DrawReply(draw, plan);
     plan->pause_us = draw.OneIn(3) ? 0 : draw.Between(0, 400'000);
-    plan->reply_delay_us = draw.OneIn(10) ? draw.Between(0, 900'000) : draw.Between(0, 20'000);
+    plan->reply_delay_us = draw.OneIn(20) ? draw.Between(0, 900'000) : draw.Between(0, 20'000);
     static constexpr Presence kUsual[] = {Presence::Usual, Presence::Usual,  Presence::Usual,
                                           Presence::Alone, Presence::Second, Presence::LowerCase};
     plan->presence = draw.Of(kUsual);

@@ -94,10 +94,11 @@ struct Plan {
     int fail_way = 0;
     uint64_t kill_at_call = 0;
     int64_t clock_jump_s = 0;
+    int64_t clock_jump_delay_us = 0;
     int64_t pause_us = 0;  ///< before the call
 };
 
-/** Draws a call with its answer, and in about every second plan one or two faults. */
+/** Draws a call with its answer, and in every second plan one or two faults. */
 void DrawPlan(Draw& draw, Plan* plan);
 
 /** Makes one thing go wrong. */

@@ -41,10 +41,9 @@ void Sprinkle(Draw& draw, const char* bytes, size_t count, std::string* text) {
                      bytes[draw.Below(count)]);
 }
 
-/** Waiting in vain for a device that has half an hour takes the simulation a million reads. */
+/** Waiting in vain for a device that has half an hour takes the simulation a million reads: not often. */
 bool TakesTooLong(Draw& draw, const Plan& plan) {
-    return plan.request.command != kVersion && kCommands[plan.request.command].timeout_s > 30 &&
-           !draw.OneIn(100);
+    return kCommands[plan.request.command].timeout_s > 30 && !draw.OneIn(100);
 }
 
 void NoAck(Draw&, Plan* plan) {
@@ -63,10 +62,11 @@ void LateAck(Draw& draw, Plan* plan) {
     plan->device.ack_delay_us = DrawDelayUs(draw);
 }
 void NoReply(Draw& draw, Plan* plan) {
-    if (!TakesTooLong(draw, *plan)) plan->device.silent_reply = true;
+    // Half a minute takes ten thousand still.
+    plan->device.silent_reply = kCommands[plan->request.command].configurable || draw.OneIn(20);
 }
 void LateReply(Draw& draw, Plan* plan) {
-    plan->reply_delay_us = draw.Between(1'000, 12'000'000);
+    plan->reply_delay_us = draw.OneIn(10) ? draw.Between(1'000, 12'000'000) : DrawDelayUs(draw);
 }
 void LostByte(Draw& draw, Plan* plan) {
     plan->device.lose_first_byte_times = DrawTimes(draw);
@@ -118,7 +118,7 @@ void Paced(Draw& draw, Plan* plan) {
 }
 void StaleReply(Draw& draw, Plan* plan) {
     plan->resets_on_open = false;
-    plan->reply_delay_us = draw.Between(0, 6'000'000);
+    plan->reply_delay_us = DrawDelayUs(draw);
 }
 void SlowResend(Draw& draw, Plan* plan) {
     plan->device.bad_checksum_times = DrawTimes(draw);
@@ -162,6 +162,7 @@ void Killed(Draw& draw, Plan* plan) {
 }
 void ClockJumps(Draw& draw, Plan* plan) {
     plan->clock_jump_s = draw.OneIn(2) ? draw.Between(-90'000, 90'000) : draw.Between(-5, 5);
+    plan->clock_jump_delay_us = draw.OneIn(2) ? draw.Between(0, 20'000) : draw.Between(0, 4'000'000);
 }
 
 struct FaultRow {
@@ -197,7 +198,7 @@ constexpr FaultRow kFaults[] = {
     {"unplugged", 12, Unplugged},
     {"short writes", 8, ShortWrites},
     {"line stuck", 8, StuckLine},
-    {"port held", 10, PortHeld},
+    {"port held", 5, PortHeld},
     {"no device", 10, NoDevice},
     {"odd port", 10, OddPort},
     {"lock held", 12, LockHeld},
@@ -230,7 +231,7 @@ Fault DrawFault(Draw& draw) {
 }
 
 void AddFault(Draw& draw, Fault fault, Plan* plan) {
-    if (plan->request.command == kVersion) return;
+    if (plan->request.command == kVersion || TakesTooLong(draw, *plan)) return;
     plan->clean = false;
     plan->faulty[static_cast<size_t>(fault)] = true;
     kFaults[static_cast<size_t>(fault)].apply(draw, plan);

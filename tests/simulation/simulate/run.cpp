@@ -86,7 +86,7 @@ void Run::RunPlan(Till& till, const Plan& plan) {
         std::printf("%10.6f till %u exchange %llu\n", static_cast<double>(world.clock.NowUs()) / 1e6,
                     till.Number(), static_cast<unsigned long long>(steps_[till.Number() - 1]));
     shop_.HoldLock(plan);
-    if (plan.clock_jump_s != 0) world.clock.ShiftUtc(plan.clock_jump_s);
+    if (plan.clock_jump_s != 0) JumpAfter(plan.clock_jump_delay_us, plan.clock_jump_s);
     if ((plan.fail_call != 0 || plan.kill_at_call != 0) && armed_by_ == nullptr) {
         armed_by_ = &till;
         Arm(plan);
@@ -95,6 +95,18 @@ void Run::RunPlan(Till& till, const Plan& plan) {
     if (armed_by_ != &till) return;
     world.faults.Clear();
     armed_by_ = nullptr;
+}
+
+/** Somebody sets the calendar. A link clock without a counter goes by it, in every exchange under way. */
+void Run::JumpAfter(int64_t delay_us, int64_t seconds) {
+    // Set back by a day, it would keep a call waiting for a day, and the simulation for a minute.
+    constexpr int64_t kMostBackwards = -5;
+    if (sim::world().clock.CounterFrequency() == 0) seconds = std::max(seconds, kMostBackwards);
+    sim::world().clock.After(delay_us, [this, seconds] {
+        sim::world().clock.ShiftUtc(seconds);
+        for (const auto& till : tills_)
+            till->Disturb();
+    });
 }
 
 void Run::Arm(const Plan& plan) {
@@ -109,7 +121,7 @@ void Run::AfterExchange(Till& till) {
     // Settings that could not be read are read again at the next call, for the file is a new one then.
     if (!till.Judge().Sure()) shop_.WriteIni();
     // Whoever finds the lock taken for long has a coffee, or everybody would be waiting most of the time.
-    if (till.LastOutcome() == Outcome::LockTimeout) world.clock.AdvanceUs(draw_.Between(0, 20'000'000));
+    if (till.LastOutcome() == Outcome::LockTimeout) world.clock.AdvanceUs(draw_.Between(0, 60'000'000));
     if (till.KeptLock() || till.MustRestart()) world.EndThread(world.Thread());
     if (till.KeptLock()) fibers_->SetThread(next_thread_++);
     if (!till.MustRestart()) return;

@@ -68,6 +68,7 @@ class Run : public sim::Observer {
     void RunShop(uint64_t number, uint64_t exchanges);
     void TillBody(Till& till);
     void Arm(const Plan& plan);
+    void JumpAfter(int64_t delay_us, int64_t seconds);
     void AfterExchange(Till& till);
     void Note(sim::Call call, int64_t argument, int64_t result, const uint8_t* bytes, uint32_t size);
     void TakeLock(Till& till);

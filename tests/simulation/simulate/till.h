@@ -31,8 +31,8 @@ class Till {
     /** Whether the thread kept the lock, as it does when the emulator's port is not configured. */
     bool KeptLock() const { return kept_lock_; }
 
-    /** Another till was inside its exchange at the same time as this one, which the lock prevents unless a
-     * call failed. */
+    /** Something happened that no plan of this till knows of: another till was inside its exchange at the
+     * same time, which the lock prevents unless a call failed, or the calendar jumped. */
     void Disturb() { disturbed_ = true; }
 
     Outcome LastOutcome() const { return last_outcome_; }
