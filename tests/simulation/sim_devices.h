@@ -109,6 +109,9 @@ struct DeviceFaults {
     unsigned corrupt_times = 0;  ///< the byte at `corrupt_at` of the reply frame is changed
     size_t corrupt_at = 0;
 
+    size_t pause_at = SIZE_MAX;  ///< before this byte of every reply frame the device pauses
+    int64_t pause_us = 0;
+
     /** May change the whole reply frame before it is sent; `attempt` counts from 0 for each command. */
     std::function<void(std::string& frame, unsigned attempt)> on_frame;
 };

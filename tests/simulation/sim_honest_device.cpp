@@ -126,7 +126,10 @@ void HonestDevice::SendBlock(Line& line, int64_t delay_us) {
     // The lost byte vanishes on the line: the device has sent it, so its blocks end where they would.
     const size_t from = reply_next_ == 0 && lose_byte_ ? 1 : reply_next_;
     const size_t to = std::min(block_end, reply_end_);
-    if (from < to) line.SendAfter(delay_us, std::string_view(reply_).substr(from, to - from));
+    const size_t pause = std::clamp(faults.pause_at, from, std::max(from, to));
+    if (from < pause) line.SendAfter(delay_us, std::string_view(reply_).substr(from, pause - from));
+    const int64_t behind_us = delay_us + (pause == faults.pause_at ? faults.pause_us : 0);
+    if (pause < to) line.SendAfter(behind_us, std::string_view(reply_).substr(pause, to - pause));
     reply_next_ = block_end;
 }
 

@@ -51,7 +51,6 @@ size_t TextsOf(int command) {
 size_t DrawDataSize(Draw& draw) {
     // One call in a great many does not fit the library's buffer, or only just.
     if (draw.OneIn(100'000)) return kLongestFrame - static_cast<size_t>(draw.Between(20, 90));
-    if (draw.OneIn(60)) return DrawBlockSize(draw);
     return static_cast<size_t>(draw.Between(0, draw.OneIn(4) ? 2000 : 200));
 }
 
@@ -88,10 +87,9 @@ void AppendWords(Draw& draw, size_t size, std::string* text) {
     }
 }
 
-size_t DrawBlockSize(Draw& draw) {
-    if (draw.OneIn(2)) return static_cast<size_t>(draw.Between(1000, 50'000));
-    const int64_t blocks = draw.Between(1, 4);
-    return static_cast<size_t>(blocks * static_cast<int64_t>(sim::kBlockSize) - draw.Between(-3, 60));
+size_t DrawFrameSize(Draw& draw) {
+    if (draw.OneIn(4)) return static_cast<size_t>(draw.Between(1000, 50'000));
+    return static_cast<size_t>(draw.Between(1, 3)) * sim::kBlockSize + 2 - draw.Below(draw.OneIn(2) ? 4 : 40);
 }
 
 void DrawRequest(Draw& draw, Request* request) {
@@ -110,6 +108,12 @@ void DrawRequest(Draw& draw, Request* request) {
         const bool is_data = i + 1 == texts && texts > 1;
         AppendWords(draw, is_data ? DrawDataSize(draw) : draw.Below(40), &request->texts[i]);
     }
+    if (texts == 0 || !draw.OneIn(40)) return;
+    // STX, checksum and ETX are part of the frame.
+    request->is_null[texts - 1] = false;
+    const size_t size = CommandText(*request).size() + 3;
+    const size_t wanted = DrawFrameSize(draw);
+    if (size < wanted) AppendWords(draw, wanted - size, &request->texts[texts - 1]);
 }
 
 }  // namespace simulate

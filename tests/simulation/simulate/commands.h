@@ -57,7 +57,7 @@ void DrawRequest(Draw& draw, Request* request);
 /** Appends `size` random printable bytes that are no field separators. */
 void AppendWords(Draw& draw, size_t size, std::string* text);
 
-/** A size near the end of one of the first blocks of a frame, or anywhere up to 50 KB. */
-size_t DrawBlockSize(Draw& draw);
+/** The size of a frame that ends at or near the end of one of its first blocks, or anywhere up to 50 KB. */
+size_t DrawFrameSize(Draw& draw);
 
 }  // namespace simulate

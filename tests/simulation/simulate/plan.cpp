@@ -6,9 +6,9 @@ namespace {
 
 /** How long the device's answer is. Large ones are rare, for each costs as much as a thousand others. */
 size_t DrawReplySize(Draw& draw) {
-    if (draw.OneIn(200'000)) return kLongestFrame - static_cast<size_t>(draw.Between(0, 100));
+    if (draw.OneIn(200'000)) return kLongestFrame - 3 - draw.Below(draw.OneIn(2) ? 2 : 100);
     if (draw.OneIn(8'000)) return static_cast<size_t>(draw.Between(100'000, 1'000'000));
-    if (draw.OneIn(60)) return DrawBlockSize(draw);
+    if (draw.OneIn(40)) return DrawFrameSize(draw) - 3;
     if (draw.OneIn(40)) return draw.Below(3);
     return static_cast<size_t>(draw.Between(0, draw.OneIn(4) ? 1500 : 150));
 }
@@ -28,9 +28,7 @@ void DrawReply(Draw& draw, Plan* plan) {
     if (size < 3) {
         reply.resize(size);
     } else {
-        AppendWords(draw, size, &reply);
-        // Where a size beyond all others was drawn, it is the frame's.
-        if (reply.size() > kLongestFrame - 100) reply.resize(size - (draw.OneIn(2) ? 3 : 0));
+        if (size > reply.size()) AppendWords(draw, size - reply.size(), &reply);
     }
 }
 

@@ -27,6 +27,8 @@ enum class Fault : uint8_t {
     Stall,
     Truncated,
     Drip,
+    Pause,
+    JunkDrips,
     OtherSession,
     BusyReply,
     ControlBytes,
@@ -46,6 +48,8 @@ enum class Fault : uint8_t {
     LockHeld,
     LockAbandoned,
     CallFails,
+    ReadsFail,
+    WritesFail,
     Killed,
     ClockJumps,
     Count
@@ -92,10 +96,17 @@ struct Plan {
     bool abandon_lock = false;
     uint64_t fail_call = 0;  ///< the n-th platform call fails; 0 for none
     int fail_way = 0;
+    uint64_t reads_fail = 0;  ///< so many reads in a row, from the n-th on
+    uint64_t writes_fail = 0;
+    uint64_t transfer_fails = 0;  ///< that n
     uint64_t kill_at_call = 0;
     int64_t clock_jump_s = 0;
     int64_t clock_jump_delay_us = 0;
     int64_t pause_us = 0;  ///< before the call
+
+    bool CallsFail() const {
+        return fail_call != 0 || reads_fail != 0 || writes_fail != 0 || kill_at_call != 0;
+    }
 };
 
 /** Draws a call with its answer, and in every second plan one or two faults. */

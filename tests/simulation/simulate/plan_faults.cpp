@@ -89,6 +89,16 @@ void Truncated(Draw& draw, Plan* plan) {
 void Drip(Draw& draw, Plan* plan) {
     if (plan->reply.size() < 2000) plan->baud = static_cast<uint32_t>(draw.Between(4, 400));
 }
+void Pause(Draw& draw, Plan* plan) {
+    // Less than a second's bytes before the end of a block a read gives up before the device goes on.
+    plan->device.pause_at = draw.OneIn(2) ? DrawPlace(draw, *plan) : sim::kBlockSize - draw.Below(1200);
+    plan->device.pause_us = DrawDelayUs(draw);
+    if (plan->device.pause_at >= plan->reply.size()) AppendWords(draw, sim::kBlockSize, &plan->reply);
+}
+void JunkDrips(Draw& draw, Plan* plan) {
+    AddJunk(draw, 10 + draw.Below(60), false, &plan->device.junk_before_ack);
+    plan->baud = static_cast<uint32_t>(draw.Between(80, 400));
+}
 void OtherSession(Draw& draw, Plan* plan) {
     plan->reply.insert(plan->reply.begin(), static_cast<char>('1' + draw.Below(9)));
 }
@@ -103,10 +113,11 @@ void NulBytes(Draw& draw, Plan* plan) {
     Sprinkle(draw, "\0\x80\xFF", 3, &plan->reply);
 }
 void JunkInstead(Draw& draw, Plan* plan) {
-    AddJunk(draw, 1 + draw.Below(40), true, &plan->instead);
+    AddJunk(draw, 1 + draw.Below(draw.OneIn(3) ? 2 : 40), true, &plan->instead);
+    if (draw.OneIn(2)) plan->instead += sim::kEtx;
 }
 void EndlessJunk(Draw& draw, Plan* plan) {
-    plan->junk_size = draw.OneIn(40) ? kLongestFrame + 2 * sim::kBlockSize
+    plan->junk_size = draw.OneIn(25) ? kLongestFrame + 2 * sim::kBlockSize
                                      : static_cast<size_t>(draw.Between(1, 4 * 16384 + 2));
 }
 void JunkBehind(Draw& draw, Plan* plan) {
@@ -157,6 +168,17 @@ void CallFails(Draw& draw, Plan* plan) {
                                     : static_cast<uint64_t>(draw.Between(1, 90));
     plan->fail_way = static_cast<int>(draw.OneIn(2) ? 0 : draw.Below(3));
 }
+void ReadsFail(Draw& draw, Plan* plan) {
+    plan->transfer_fails = static_cast<uint64_t>(draw.Between(1, 40));
+    plan->reads_fail = static_cast<uint64_t>(draw.Between(1, draw.OneIn(2) ? 4'000 : 60));
+    plan->fail_way = static_cast<int>(draw.OneIn(2) ? 0 : draw.Below(3));
+    if (draw.OneIn(2)) plan->reply_delay_us = DrawDelayUs(draw);
+}
+void WritesFail(Draw& draw, Plan* plan) {
+    plan->transfer_fails = static_cast<uint64_t>(draw.Between(1, 4));
+    plan->writes_fail = static_cast<uint64_t>(draw.Between(1, draw.OneIn(2) ? 4'000 : 3));
+    plan->fail_way = static_cast<int>(draw.Below(3));
+}
 void Killed(Draw& draw, Plan* plan) {
     plan->kill_at_call = static_cast<uint64_t>(draw.Between(1, 120));
 }
@@ -185,6 +207,8 @@ constexpr FaultRow kFaults[] = {
     {"stall", 15, Stall},
     {"frame cut off", 8, Truncated},
     {"drip", 8, Drip},
+    {"pause in the reply", 12, Pause},
+    {"junk drips before ACK", 10, JunkDrips},
     {"another session's reply", 8, OtherSession},
     {"busy reply", 8, BusyReply},
     {"control bytes in the reply", 15, ControlBytes},
@@ -199,11 +223,13 @@ constexpr FaultRow kFaults[] = {
     {"short writes", 8, ShortWrites},
     {"line stuck", 8, StuckLine},
     {"port held", 5, PortHeld},
-    {"no device", 10, NoDevice},
+    {"no device", 16, NoDevice},
     {"odd port", 10, OddPort},
     {"lock held", 12, LockHeld},
     {"lock abandoned", 8, LockAbandoned},
     {"platform call fails", 60, CallFails},
+    {"reads fail", 12, ReadsFail},
+    {"writes fail", 8, WritesFail},
     {"process ends", 6, Killed},
     {"clock jumps", 8, ClockJumps},
 };

@@ -87,7 +87,7 @@ void Run::RunPlan(Till& till, const Plan& plan) {
                     till.Number(), static_cast<unsigned long long>(steps_[till.Number() - 1]));
     shop_.HoldLock(plan);
     if (plan.clock_jump_s != 0) JumpAfter(plan.clock_jump_delay_us, plan.clock_jump_s);
-    if ((plan.fail_call != 0 || plan.kill_at_call != 0) && armed_by_ == nullptr) {
+    if (plan.CallsFail() && armed_by_ == nullptr) {
         armed_by_ = &till;
         Arm(plan);
     }
@@ -112,6 +112,10 @@ void Run::JumpAfter(int64_t delay_us, int64_t seconds) {
 void Run::Arm(const Plan& plan) {
     sim::Faults& faults = sim::world().faults;
     if (plan.fail_call != 0) faults.FailCallNumber(plan.fail_call, plan.fail_way);
+    if (plan.reads_fail != 0)
+        faults.FailNth(sim::Call::PortRead, plan.transfer_fails, plan.reads_fail, plan.fail_way);
+    if (plan.writes_fail != 0)
+        faults.FailNth(sim::Call::PortWrite, plan.transfer_fails, plan.writes_fail, plan.fail_way);
     if (plan.kill_at_call != 0) faults.KillAtCall(plan.kill_at_call);
 }
 

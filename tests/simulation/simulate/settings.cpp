@@ -25,7 +25,7 @@ std::string IniText(const Settings& settings) {
 
 Settings DrawSettings(Draw& draw, int log_mode) {
     static constexpr const char* kEmulatorPorts[] = {"COM50", "COM50", "COM50", "COM050",
-                                                     "CNCA0", "COM0",  "COM51", ""};
+                                                     "CNCA0", "COM0",  "",      ""};
     static constexpr const char* kFixedPorts[] = {"COM40", "COM40", "COM41", "C1", "COM0", "CNC7"};
     Settings settings;
     settings.log_mode = '0';
