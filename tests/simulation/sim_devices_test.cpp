@@ -323,4 +323,18 @@ TEST_F(SimHonestDevice, OpeningThePortEndsTheReplyUnlessTheDeviceIsStubborn) {
     EXPECT_EQ(Read(), sim::MakeFrame(reply)) << "the late reply of the exchange before";
 }
 
+TEST_F(SimDevice, APauseComesBeforeItsByteAndTheRestFollows) {
+    sim::HonestDevice device([](const std::string&) { return "reply"; });
+    device.faults.pause_at = 3;
+    device.faults.pause_us = 500'000;
+    Connect(device);
+    Write(sim::MakeFrame("AB"));
+    const std::string frame = sim::MakeFrame("reply");
+    EXPECT_EQ(Read(), kAckText + frame.substr(0, 3));
+    plat_sleep_ms(400);
+    EXPECT_EQ(Read(1), "");
+    plat_sleep_ms(100);
+    EXPECT_EQ(Read(), frame.substr(3));
+}
+
 }  // namespace

@@ -8,17 +8,24 @@
 #include <cstdio>
 #include <random>
 
+#include "every_call.h"
 #include "run.h"
 
 namespace {
 
-int RunSeed(const simulate::RunOptions& options) {
+int RunSeed(const simulate::RunOptions& options, bool every_call) {
     std::printf("seed %" PRIu64 "\n", options.seed);
     std::fflush(stdout);
     simulate::Run run(options);
     const auto start = std::chrono::steady_clock::now();
     try {
-        run.Go();
+        if (every_call) {
+            const simulate::EveryCallCount count = simulate::EveryCallMayFail(run);
+            std::printf("every call: %" PRIu64 " failures, %" PRIu64 " ended processes\n", count.failed,
+                        count.ended);
+        } else {
+            run.Go();
+        }
     } catch (const std::exception& broken) {
         std::fflush(stdout);
         std::fprintf(stderr, "BROKEN: %s\n%s", broken.what(), run.Where().c_str());
@@ -37,6 +44,7 @@ int RunSeed(const simulate::RunOptions& options) {
 int main(int argc, char** argv) {
     CLI::App app("Sales by the million on a simulated machine, of which many go wrong.");
     simulate::RunOptions options;
+    bool every_call = false;
     options.seed = std::random_device()();
     app.add_option("--exchanges", options.exchanges, "how many calls are made")->capture_default_str();
     app.add_option("--seed", options.seed, "decides everything; drawn afresh when it is not given");
@@ -46,6 +54,8 @@ int main(int argc, char** argv) {
     app.add_option("--processes", options.processes, "tills at a time; any number when it is not given")
         ->check(CLI::Range(1, simulate::Library::kCopies));
     app.add_flag("--trace", options.trace, "print every watched platform call");
+    app.add_flag("--every-call", every_call,
+                 "a sale, a cancellation and a first start instead, each of their calls failing in turn");
     CLI11_PARSE(app, argc, argv);
-    return RunSeed(options);
+    return RunSeed(options, every_call);
 }

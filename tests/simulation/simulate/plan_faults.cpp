@@ -63,7 +63,7 @@ void LateAck(Draw& draw, Plan* plan) {
 }
 void NoReply(Draw& draw, Plan* plan) {
     // Half a minute takes ten thousand still.
-    plan->device.silent_reply = kCommands[plan->request.command].configurable || draw.OneIn(20);
+    plan->device.silent_reply = kCommands[plan->request.command].configurable || draw.OneIn(4);
 }
 void LateReply(Draw& draw, Plan* plan) {
     plan->reply_delay_us = draw.OneIn(10) ? draw.Between(1'000, 12'000'000) : DrawDelayUs(draw);
@@ -117,7 +117,7 @@ void JunkInstead(Draw& draw, Plan* plan) {
     if (draw.OneIn(2)) plan->instead += sim::kEtx;
 }
 void EndlessJunk(Draw& draw, Plan* plan) {
-    plan->junk_size = draw.OneIn(25) ? kLongestFrame + 2 * sim::kBlockSize
+    plan->junk_size = draw.OneIn(12) ? kLongestFrame + 2 * sim::kBlockSize
                                      : static_cast<size_t>(draw.Between(1, 4 * 16384 + 2));
 }
 void JunkBehind(Draw& draw, Plan* plan) {
@@ -137,7 +137,11 @@ void SlowResend(Draw& draw, Plan* plan) {
 }
 void Unplugged(Draw& draw, Plan* plan) {
     plan->unplug_after_us = draw.Between(0, 30'000);
-    if (draw.OneIn(2)) plan->baud = 9600;
+    if (draw.OneIn(2)) return;
+    // In the middle of a reply that has let the link wait.
+    plan->baud = 9600;
+    plan->reply_delay_us = DrawDelayUs(draw);
+    plan->unplug_after_us += plan->reply_delay_us;
 }
 void ShortWrites(Draw& draw, Plan* plan) {
     plan->accept_at_most = static_cast<size_t>(draw.Between(1, 64));
@@ -169,10 +173,11 @@ void CallFails(Draw& draw, Plan* plan) {
     plan->fail_way = static_cast<int>(draw.OneIn(2) ? 0 : draw.Below(3));
 }
 void ReadsFail(Draw& draw, Plan* plan) {
-    plan->transfer_fails = static_cast<uint64_t>(draw.Between(1, 40));
+    if (draw.OneIn(2)) plan->reply_delay_us = DrawDelayUs(draw);
+    // A read that brings nothing takes two milliseconds, so this is about where the reply comes.
+    plan->transfer_fails = static_cast<uint64_t>(plan->reply_delay_us / 2000 + draw.Between(1, 8));
     plan->reads_fail = static_cast<uint64_t>(draw.Between(1, draw.OneIn(2) ? 4'000 : 60));
     plan->fail_way = static_cast<int>(draw.OneIn(2) ? 0 : draw.Below(3));
-    if (draw.OneIn(2)) plan->reply_delay_us = DrawDelayUs(draw);
 }
 void WritesFail(Draw& draw, Plan* plan) {
     plan->transfer_fails = static_cast<uint64_t>(draw.Between(1, 4));

@@ -76,6 +76,8 @@ void Run::TillBody(Till& till) {
         sim::world().clock.AdvanceUs(plan.pause_us);
         if (draw_.OneIn(100)) shop_.ChangeIni(draw_, options_.log_mode);
         RunPlan(till, plan);
+        // Settings that could not be read are read again at the next call, for the file is a new one then.
+        if (!till.Judge().Sure()) shop_.WriteIni();
         AfterExchange(till);
     }
 }
@@ -122,8 +124,6 @@ void Run::Arm(const Plan& plan) {
 /** Brings back to order what an exchange could not leave in order. */
 void Run::AfterExchange(Till& till) {
     sim::World& world = sim::world();
-    // Settings that could not be read are read again at the next call, for the file is a new one then.
-    if (!till.Judge().Sure()) shop_.WriteIni();
     // Whoever finds the lock taken for long has a coffee, or everybody would be waiting most of the time.
     if (till.LastOutcome() == Outcome::LockTimeout) world.clock.AdvanceUs(draw_.Between(0, 60'000'000));
     if (till.KeptLock() || till.MustRestart()) world.EndThread(world.Thread());

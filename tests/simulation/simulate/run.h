@@ -44,6 +44,7 @@ class Run : public sim::Observer {
     // A single till in an orderly shop, for a run that is planned call by call.
     void OpenShop(Draw& draw, bool first_start, int tills);
     void RunPlan(Till& till, const Plan& plan);
+    void AfterExchange(Till& till);
     Till& FirstTill() { return *tills_[0]; }
     Shop& TheShop() { return shop_; }
 
@@ -69,7 +70,6 @@ class Run : public sim::Observer {
     void TillBody(Till& till);
     void Arm(const Plan& plan);
     void JumpAfter(int64_t delay_us, int64_t seconds);
-    void AfterExchange(Till& till);
     void Note(sim::Call call, int64_t argument, int64_t result, const uint8_t* bytes, uint32_t size);
     void TakeLock(Till& till);
     static std::string Text(const Event& event);

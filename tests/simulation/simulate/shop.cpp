@@ -53,7 +53,6 @@ void Shop::Open(Draw& draw, bool first_start, int log_mode) {
     shown_ = Presence::None;
     world.devices.clear();
     ini_ = Settings();
-    emulator_ever_on_ = false;
     ++exchange_;
     if (!first_start) ChangeIni(draw, log_mode);
 }
@@ -66,8 +65,11 @@ void Shop::WriteIni() {
 }
 
 void Shop::ChangeIni(Draw& draw, int log_mode) {
-    ini_ = DrawSettings(draw, log_mode);
-    emulator_ever_on_ = emulator_ever_on_ || ini_.emulator;
+    UseIni(DrawSettings(draw, log_mode));
+}
+
+void Shop::UseIni(const Settings& settings) {
+    ini_ = settings;
     WriteIni();
 }
 

@@ -25,8 +25,8 @@ class Shop {
     /** The technician writes "SAT.ini" anew: other settings, or the same ones. */
     void WriteIni();
     void ChangeIni(Draw& draw, int log_mode);
+    void UseIni(const Settings& settings);
     const Settings& Ini() const { return ini_; }
-    bool EmulatorEverOn() const { return emulator_ever_on_; }
 
     /** Another program takes the lock before the call, if it is free. */
     void HoldLock(const Plan& plan) const;
@@ -64,7 +64,6 @@ class Shop {
     int shown_port_ = 0;
     Settings ini_;
     int64_t ini_version_ = 0;
-    bool emulator_ever_on_ = false;
     uint64_t exchange_ = 0;
     uint64_t doubts_ = 0;
 };

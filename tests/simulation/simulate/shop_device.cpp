@@ -14,7 +14,7 @@ ShopDevice::ShopDevice(std::function<const Plan&()> plan_of_caller)
 void ShopDevice::OnOpen(sim::Line& line) {
     const Plan& plan = plan_of_caller_();
     faults = plan.device;
-    faults.on_frame = [this](std::string& frame, unsigned) { ChangeFrame(frame); };
+    faults.on_frame = [this](std::string& frame, unsigned attempt) { ChangeFrame(frame, attempt); };
     reply_ = plan.reply;
     instead_ = plan.instead;
     behind_ = plan.behind;
@@ -29,9 +29,10 @@ void ShopDevice::OnOpen(sim::Line& line) {
     HonestDevice::OnOpen(line);
 }
 
-void ShopDevice::ChangeFrame(std::string& frame) {
+void ShopDevice::ChangeFrame(std::string& frame, unsigned attempt) {
     if (!instead_.empty()) frame = instead_;
-    if (junk_size_ != 0) frame.assign(junk_size_, 'J');
+    // Ten million bytes once are enough.
+    if (junk_size_ != 0 && (attempt == 0 || junk_size_ < 100'000)) frame.assign(junk_size_, 'J');
     frame += behind_;
     sent_.push_back(frame);
 }

@@ -25,7 +25,7 @@ class ShopDevice : public sim::HonestDevice {
     bool SentText(std::string_view text) const;
 
   private:
-    void ChangeFrame(std::string& frame);
+    void ChangeFrame(std::string& frame, unsigned attempt);
 
     std::function<const Plan&()> plan_of_caller_;
     std::string reply_;
