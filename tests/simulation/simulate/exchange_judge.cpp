@@ -74,6 +74,9 @@ void ExchangeJudge::Begin(const char* name, std::string_view text, int timeout_s
     faults_ = 0;
     locked_ = early_ = port_stuck_ = lock_stuck_ = lock_in_doubt_ = false;
     has_counter_ = sim::world().clock.CounterFrequency() > 0;
+    waited_until_us_ = sim::world().clock.NowUs();
+    allowed_us_ = 0;
+    link_.Forget();
     releases_ = tries_ = 0;
     setting_ = 0;
     port_ = 0;
@@ -119,6 +122,9 @@ void ExchangeJudge::OnMutex(sim::Call call, int64_t argument, int64_t result) {
     }
     if (call == sim::Call::MutexWait) {
         if (step_ != Step::Created || argument != kLockWaitMs) Unexpected("a wait for the lock");
+        const int64_t begun_us = waited_until_us_;
+        waited_until_us_ = sim::world().clock.NowUs();
+        if (waited_until_us_ - begun_us > kLockWaitMs * 1000) Break("the lock was waited for too long");
         if (result == PLAT_WAIT_TIMEOUT) {
             FailWith(Outcome::LockTimeout, -1002);
             step_ = Step::TimedOut;
@@ -169,6 +175,7 @@ void ExchangeJudge::OnOpen(const char* path, plat_handle port) {
 }
 
 void ExchangeJudge::OnSleep(int64_t milliseconds) {
+    if (step_ != Step::Link) allowed_us_ += milliseconds * 1000;
     if (step_ == Step::Link) {
         link_.OnSleep(milliseconds);
         if (link_.Done()) FinishLink();

@@ -77,6 +77,11 @@ class ExchangeJudge {
     bool PortStuck() const { return port_stuck_; }       ///< the system refused to close it
     bool LockStuck() const { return lock_stuck_; }       ///< the system refused to release it
     bool LockInDoubt() const { return lock_in_doubt_; }  ///< a wait failed, yet counted as acquired
+
+    /** When the wait for the lock ended, and the longest that may have passed since then. */
+    int64_t WaitedUntilUs() const { return waited_until_us_; }
+    int64_t AllowedUs() const { return allowed_us_ + link_.AllowedUs(); }
+
     const LinkJudge& Link() const { return link_; }
     const Route& Taken() const { return route_; }
 
@@ -122,6 +127,8 @@ class ExchangeJudge {
     bool lock_stuck_ = false;
     bool lock_in_doubt_ = false;
     bool has_counter_ = true;
+    int64_t waited_until_us_ = 0;
+    int64_t allowed_us_ = 0;
     int releases_ = 0;
     int tries_ = 0;
     size_t setting_ = 0;

@@ -15,6 +15,9 @@ constexpr int64_t kAckTimeoutMs = 2000;
 constexpr int64_t kWriteTimeoutMs = 2000;
 constexpr int64_t kBodyTimeoutMs = 100;
 constexpr int64_t kAfterStallMs = 2000;
+constexpr int64_t kWriteMs = 1000;   // and one for each byte
+constexpr int64_t kSecondMs = 1000;  // time-outs count whole seconds, so they may take one more
+constexpr int64_t kByteReadMs = 2;
 constexpr int kAttempts = 3;
 constexpr int kNoAnswer = -1;
 constexpr int kNakReceived = -1005;
@@ -56,7 +59,7 @@ void LinkJudge::Begin(std::string_view text, int timeout_s, bool sure, const Lin
     received_.clear();
     reply_.clear();
     answer_ = 0;
-    blocks_acknowledged_ = 0;
+    allowed_us_ = 0;
     StartBlock();
 }
 
@@ -73,6 +76,7 @@ void LinkJudge::StartBlock() {
 }
 
 void LinkJudge::OnWrite(const uint8_t* bytes, uint32_t size, uint32_t written) {
+    if (written < size) Allow(kWriteMs + size);
     if (step_ == Step::Answer) {
         if (size != 1 || static_cast<char>(bytes[0]) != answer_) {
             Break("the reply is answered with %u bytes, the first %02X, where one byte %02X is due", size,
@@ -82,7 +86,6 @@ void LinkJudge::OnWrite(const uint8_t* bytes, uint32_t size, uint32_t written) {
             if (answer_ == sim::kAck) return Finish(End::Reply, 0);
             return LoseAttempt();
         }
-        ++blocks_acknowledged_;
         reply_block_end_ += sim::kBlockSize;
         timeout_ms_ = kBodyTimeoutMs;
         start_s_ = clock_->Seconds();
@@ -105,11 +108,14 @@ void LinkJudge::OnWrite(const uint8_t* bytes, uint32_t size, uint32_t written) {
 void LinkJudge::OnSleep(int64_t milliseconds) {
     if (step_ != Step::BlockPause || milliseconds != 1)
         Unexpected("a sleep", static_cast<uint32_t>(milliseconds));
+    Allow(milliseconds);
     step_ = Step::Block;
     if (moved_ == 0) return;
     sent_ += moved_;
     start_s_ = clock_->Seconds();
-    if (sent_ == block_end_) step_ = Step::Ack;
+    if (sent_ < block_end_) return;
+    Allow(kAckTimeoutMs + kSecondMs + kByteReadMs);
+    step_ = Step::Ack;
 }
 
 void LinkJudge::OnRead(const uint8_t* bytes, uint32_t size, uint32_t read) {
@@ -118,6 +124,7 @@ void LinkJudge::OnRead(const uint8_t* bytes, uint32_t size, uint32_t read) {
     if (step_ == Step::Body) wanted = std::min(reply_block_end_, kLongestFrame) - received_.size();
     const bool reads = step_ == Step::Ack || step_ == Step::FirstByte || step_ == Step::Body;
     if (!reads || size != wanted) Unexpected("a read", size);
+    if (step_ == Step::Body) Allow(size + 1);
     if (read == 0) return GotNothing();
     if (step_ == Step::Ack) return GotAck(bytes[0]);
     if (step_ == Step::Body) return GotBody(bytes, read);
@@ -142,6 +149,7 @@ void LinkJudge::StartAttempt() {
     sum_ = 0;
     reply_block_end_ = sim::kBlockSize;
     start_s_ = clock_->Seconds();
+    Allow(timeout_ms_ + kSecondMs + kByteReadMs);
     step_ = Step::FirstByte;
 }
 

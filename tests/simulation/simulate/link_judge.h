@@ -25,6 +25,9 @@ class LinkJudge {
      */
     void Begin(std::string_view text, int timeout_s, bool sure, const LinkClockModel& clock);
 
+    /** No command is under way. */
+    void Forget() { allowed_us_ = 0; }
+
     void OnRead(const uint8_t* bytes, uint32_t size, uint32_t read);
     void OnWrite(const uint8_t* bytes, uint32_t size, uint32_t written);
     void OnSleep(int64_t milliseconds);
@@ -36,10 +39,12 @@ class LinkJudge {
 
     enum class End { Reply, NotSent, NotReceived };
     End Ended() const { return end_; }
-    int Result() const { return result_; }                           ///< the code of a failure
-    std::string_view Reply() const { return {reply_}; }              ///< the text that the caller must get
-    const std::string& Frame() const { return frame_; }              ///< the command as it must be sent
-    int BlocksAcknowledged() const { return blocks_acknowledged_; }  ///< of the reply
+    int Result() const { return result_; }               ///< the code of a failure
+    std::string_view Reply() const { return {reply_}; }  ///< the text that the caller must get
+    const std::string& Frame() const { return frame_; }  ///< the command as it must be sent
+
+    /** The longest that the calls so far may have taken, by their time-outs and sizes alone. */
+    int64_t AllowedUs() const { return allowed_us_; }
 
   private:
     enum class Step {
@@ -62,6 +67,7 @@ class LinkJudge {
     void GotBody(const uint8_t* bytes, uint32_t read);
     void JudgeFrame();
     void MustAnswer(char control, bool ends);
+    void Allow(int64_t milliseconds) { allowed_us_ += milliseconds * 1000; }
     [[noreturn]] void Unexpected(const char* what, uint32_t size) const;
 
     const LinkClockModel* clock_ = nullptr;
@@ -82,7 +88,7 @@ class LinkJudge {
     char answer_ = 0;
     bool answer_ends_ = false;  ///< the attempt ends with the answer
     std::string reply_;
-    int blocks_acknowledged_ = 0;
+    int64_t allowed_us_ = 0;
 };
 
 }  // namespace simulate

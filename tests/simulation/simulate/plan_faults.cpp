@@ -66,7 +66,11 @@ void NoReply(Draw& draw, Plan* plan) {
     plan->device.silent_reply = kCommands[plan->request.command].configurable || draw.OneIn(4);
 }
 void LateReply(Draw& draw, Plan* plan) {
-    plan->reply_delay_us = draw.OneIn(10) ? draw.Between(1'000, 12'000'000) : DrawDelayUs(draw);
+    // Those that have their own time-out whatever the file says are waited for beyond any that it names.
+    const bool own = !kCommands[plan->request.command].configurable;
+    plan->reply_delay_us = own              ? draw.Between(4'000'000, 12'000'000)
+                           : draw.OneIn(10) ? draw.Between(1'000, 12'000'000)
+                                            : DrawDelayUs(draw);
 }
 void LostByte(Draw& draw, Plan* plan) {
     plan->device.lose_first_byte_times = DrawTimes(draw);
@@ -205,7 +209,7 @@ constexpr FaultRow kFaults[] = {
     {"ACK twice", 12, DuplicateAck},
     {"late ACK", 12, LateAck},
     {"no reply", 4, NoReply},
-    {"late reply", 4, LateReply},
+    {"late reply", 8, LateReply},
     {"first byte lost", 12, LostByte},
     {"byte corrupted", 15, CorruptByte},
     {"wrong checksum", 20, WrongChecksum},

@@ -52,6 +52,7 @@ void Till::Run(const Plan& plan, Report* report) {
         outcome = judge_.JudgeEnd(text);
         JudgeBuffer(text);
         JudgeMachine(outcome);
+        JudgeDuration(outcome);
         JudgeResultFile(text);
         JudgePromise(outcome);
         kept_lock_ = outcome == Outcome::KeptLock;
@@ -99,6 +100,24 @@ void Till::JudgeMachine(Outcome outcome) const {
               world.files.OpenSearches());
     if (shop_.Doubts() == doubts_before_ && world.LiveAllocations() != live_before_)
         Break("%lld allocations are left", static_cast<long long>(world.LiveAllocations() - live_before_));
+}
+
+/** No longer than the time-outs allow; without a fault hardly longer than the device took. */
+void Till::JudgeDuration(Outcome outcome) const {
+    if (disturbed_) return;
+    const int64_t took_us = sim::world().clock.NowUs() - judge_.WaitedUntilUs();
+    // A read that fails at once costs a millisecond, whatever its time-outs say.
+    constexpr int64_t kFailedCallUs = 1000;
+    int64_t allowed_us = judge_.AllowedUs() + kFailedCallUs * static_cast<int64_t>(judge_.Faults());
+    if (plan_->clean && judge_.Faults() == 0 && outcome == Outcome::Reply) {
+        // A millisecond behind each block that is sent, ten in which nothing more of the reply comes, two
+        // behind the close, and what a read takes to see that the reply is not there yet.
+        const auto blocks = static_cast<int64_t>(command_text_.size() / sim::kBlockSize + 1);
+        allowed_us = std::min(allowed_us, plan_->reply_delay_us + 1000 * blocks + 15'000);
+    }
+    if (took_us > allowed_us)
+        Break("the call took %.3f s, its time-outs allow %.3f s", static_cast<double>(took_us) / 1e6,
+              static_cast<double>(allowed_us) / 1e6);
 }
 
 void Till::JudgeResultFile(const char* text) const {

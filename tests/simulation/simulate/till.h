@@ -48,6 +48,7 @@ class Till {
     void JudgeResultFile(const char* text) const;
     void JudgePromise(Outcome outcome) const;
     void JudgeOrigin() const;
+    void JudgeDuration(Outcome outcome) const;
 
     uint32_t number_;
     Library library_;
