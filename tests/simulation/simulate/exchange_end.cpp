@@ -119,6 +119,7 @@ Outcome ExchangeJudge::JudgeEnd(const char* text) {
     } else if (early_) {
         outcome = EarlyOutcome(text);
     }
+    locked_ = false;
     MakeImage(outcome);
     return outcome;
 }

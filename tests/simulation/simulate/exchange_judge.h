@@ -59,6 +59,9 @@ class ExchangeJudge {
         without_device_ = without_device;
     }
 
+    /** The process has ended in the middle of the call. */
+    void Abort() { locked_ = false; }
+
     void OnCall(sim::Call call, int64_t argument, int64_t result);
     void OnOpen(const char* path, plat_handle port);
     void OnRead(const uint8_t* buffer, uint32_t size, uint32_t read);

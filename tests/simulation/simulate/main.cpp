@@ -29,10 +29,16 @@ int RunSeed(const simulate::RunOptions& options, bool every_call) {
     } catch (const std::exception& broken) {
         std::fflush(stdout);
         std::fprintf(stderr, "BROKEN: %s\n%s", broken.what(), run.Where().c_str());
+        // The other options, if any, must be given again too.
+        if (!every_call)
+            std::fprintf(stderr,
+                         "again: simulate --seed %" PRIu64 " --exchanges %" PRIu64 " --from-step %" PRIu64
+                         " --trace\n",
+                         options.seed, options.exchanges, run.Step());
         return 1;
     }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    run.Result().Print(stdout);
+    if (!every_call) run.Result().Print(stdout);
     // Not on the standard output, which is the same whenever the seed is.
     std::fprintf(stderr, "%.1f s, %.0f exchanges a second\n", elapsed.count(),
                  static_cast<double>(run.Result().exchanges) / elapsed.count());

@@ -39,6 +39,9 @@ class Run : public sim::Observer {
     /** Where the run stands: seed, exchange, till, and the platform calls that came last. */
     std::string Where() const;
 
+    /** The exchange that the running till is in. */
+    uint64_t Step() const { return steps_[sim::world().Process() - 1]; }
+
     const Report& Result() const { return report_; }
 
     // A single till in an orderly shop, for a run that is planned call by call.

@@ -83,9 +83,10 @@ void Shop::HoldLock(const Plan& plan) const {
 void Shop::Arrange(Draw& draw, const Plan& plan) {
     sim::World& world = sim::world();
     const std::string old_path = DevicePath();
+    const bool line_gone = world.ports.Find(old_path) == nullptr;
     if (plan.presence == Presence::Com1) {
         port_ = 1;
-    } else if (plan.new_port || port_ == 1) {
+    } else if (plan.new_port || port_ == 1 || (line_gone && draw.OneIn(2))) {
         port_ = static_cast<int>(draw.Between(2, 32));
     }
     const std::string path = DevicePath();

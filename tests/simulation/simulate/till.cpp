@@ -45,6 +45,7 @@ void Till::Run(const Plan& plan, Report* report) {
     try {
         text = library_.Call(plan.request);
     } catch (const sim::Killed&) {
+        judge_.Abort();
         must_restart_ = true;
     }
     Outcome outcome = Outcome::Killed;
@@ -120,18 +121,19 @@ void Till::JudgeDuration(Outcome outcome) const {
               static_cast<double>(allowed_us) / 1e6);
 }
 
+/** The text is saved, to the byte, when the settings want it and the folder is there. */
 void Till::JudgeResultFile(const char* text) const {
-    if (!settings_.result_files || judge_.Faults() != 0) return;
-    if (plan_->request.command == kVersion) return;
+    const int command = plan_->request.command;
+    if (!settings_.result_files || judge_.Faults() != 0 || command == kVersion) return;
+    const char* front = kCommands[command].result_file;
+    if (front == nullptr) return;
     sim::World& world = sim::world();
     if (!world.files.IsFolder(settings_.result_folder)) return;
     const plat_calendar now = world.clock.Calendar(true);
     const int session = Reduced(plan_->request.session);
     char name[128];
-    const char* front = kCommands[plan_->request.command].result_file;
-    snprintf(name, sizeof name, "%s\\%s%02d%02d%02d%02d-%02d-1.sat", settings_.result_folder.c_str(),
-             front != nullptr ? front : "", now.day, now.hour, now.minute, now.second, session);
-    if (front == nullptr) return;
+    snprintf(name, sizeof name, "%s\\%s%02d%02d%02d%02d-%02d-1.sat", settings_.result_folder.c_str(), front,
+             now.day, now.hour, now.minute, now.second, session);
     if (!world.files.Exists(name)) Break("there is no result file %s", name);
     if (std::strlen(text) < 1 << 20 && world.files.Text(name) != text)
         Break("the result file %s holds %s", name, Shown(world.files.Text(name)).c_str());
