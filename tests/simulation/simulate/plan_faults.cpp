@@ -117,6 +117,12 @@ void NulBytes(Draw& draw, Plan* plan) {
     Sprinkle(draw, "\0\x80\xFF", 3, &plan->reply);
 }
 void JunkInstead(Draw& draw, Plan* plan) {
+    // Too short for a frame, although what would be their sum agrees.
+    static const std::string kStubs[] = {"\x80\x03", std::string("\0\x03", 2), "\x02\x03", "\x03"};
+    if (draw.OneIn(5)) {
+        plan->instead = draw.Of(kStubs);
+        return;
+    }
     AddJunk(draw, 1 + draw.Below(draw.OneIn(3) ? 2 : 40), true, &plan->instead);
     if (draw.OneIn(2)) plan->instead += sim::kEtx;
 }

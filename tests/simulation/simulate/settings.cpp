@@ -31,11 +31,15 @@ Settings DrawSettings(Draw& draw, int log_mode) {
     settings.log_mode = '0';
     if (draw.OneIn(6)) settings.log_mode = static_cast<char>('1' + draw.Below(5));
     if (log_mode >= 0) settings.log_mode = static_cast<char>('0' + log_mode);
-    if (draw.OneIn(12)) settings.fixed_port = draw.Of(kFixedPorts);
+    if (draw.OneIn(8)) settings.fixed_port = draw.Of(kFixedPorts);
     settings.emulator = draw.OneIn(2);
     settings.emulator_port = draw.Of(kEmulatorPorts);
     settings.result_files = draw.OneIn(4);
     if (draw.OneIn(2)) settings.result_folder = draw.OneIn(4) ? "C:\\missing" : "C:\\cupons";
+    // Values beyond their fields, which are cut; no port's name has so many letters.
+    if (draw.OneIn(30)) settings.fixed_port = "COM40" + std::string(draw.Below(400), 'x');
+    if (draw.OneIn(30)) settings.emulator_port = std::string(1 + draw.Below(400), 'x');
+    if (draw.OneIn(30)) settings.result_folder = "C:\\" + std::string(1 + draw.Below(600), 'x');
     // Short time-outs keep the virtual days, and the real minutes, of a long run few.
     for (int i = 0; i < kCommandCount; ++i)
         settings.timeouts_s[i] = draw.OneIn(6) ? 0 : static_cast<int>(draw.Between(1, 4));
