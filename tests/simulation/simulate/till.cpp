@@ -57,7 +57,9 @@ void Till::Run(const Plan& plan, Report* report) {
         JudgeResultFile(text);
         JudgePromise(outcome);
         kept_lock_ = outcome == Outcome::KeptLock;
-        must_restart_ = judge_.PortStuck() || judge_.LockStuck();
+        // A refusal is no reason to start anew when nothing is left behind by it.
+        must_restart_ = sim::world().ports.OpenCountOf(number_) != 0 ||
+                        (sim::world().mutexes.Owner(kLockName) == sim::world().Thread() && !kept_lock_);
         for (const char* byte = text; *byte != '\0' && byte < text + 64; ++byte)
             report->Add(static_cast<uint8_t>(*byte));
     }
