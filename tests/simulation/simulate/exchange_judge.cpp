@@ -73,7 +73,6 @@ void ExchangeJudge::Begin(const char* name, std::string_view text, int timeout_s
     result_ = 0;
     faults_ = 0;
     locked_ = early_ = port_stuck_ = lock_stuck_ = lock_in_doubt_ = false;
-    has_counter_ = sim::world().clock.CounterFrequency() > 0;
     waited_until_us_ = sim::world().clock.NowUs();
     allowed_us_ = 0;
     link_.Forget();
@@ -87,7 +86,10 @@ void ExchangeJudge::Begin(const char* name, std::string_view text, int timeout_s
 
 void ExchangeJudge::OnFault(sim::Call call, int) {
     ++faults_;
-    if (call == sim::Call::CounterFrequency) has_counter_ = false;
+    if (call == sim::Call::CounterFrequency && step_ == Step::Link) {
+        clock_->LoseCounter();
+        link_.ReadClockAgain();
+    }
     const bool before_port = step_ < Step::Opening;
     if (before_port && !IsObserved(call)) sure_ = false;
 }
@@ -200,7 +202,7 @@ void ExchangeJudge::OnSetting(sim::Call call, int64_t argument, int64_t result) 
     }
     if (++setting_ < std::size(kSettings)) return;
     if (faults_ == 0) CheckLine();
-    clock_->Start(has_counter_);
+    clock_->Start(sim::world().clock.CounterFrequency() > 0);
     link_.Begin(text_, timeout_s_, sure_, *clock_);
     step_ = Step::Link;
 }

@@ -129,7 +129,6 @@ class ExchangeJudge {
     bool port_stuck_ = false;
     bool lock_stuck_ = false;
     bool lock_in_doubt_ = false;
-    bool has_counter_ = true;
     int64_t waited_until_us_ = 0;
     int64_t allowed_us_ = 0;
     int releases_ = 0;

@@ -19,7 +19,9 @@ class LinkClockModel {
         has_counter_ = has_counter;
         origin_us_ = sim::world().clock.NowUs();
     }
-    bool Started() const { return started_; }
+
+    /** The counter was asked for at that first use, and the call failed. */
+    void LoseCounter() { has_counter_ = false; }
 
     /** The seconds field. Without a counter it is the calendar's, which may jump. */
     int64_t Seconds() const {

@@ -15,8 +15,9 @@ constexpr int64_t kAckTimeoutMs = 2000;
 constexpr int64_t kWriteTimeoutMs = 2000;
 constexpr int64_t kBodyTimeoutMs = 100;
 constexpr int64_t kAfterStallMs = 2000;
-constexpr int64_t kWriteMs = 1000;   // and one for each byte
-constexpr int64_t kSecondMs = 1000;  // time-outs count whole seconds, so they may take one more
+constexpr int64_t kTransferMs = 1'800'000;  ///< for all bytes of a command, or of a reply behind its first
+constexpr int64_t kWriteMs = 1000;          // and one for each byte
+constexpr int64_t kSecondMs = 1000;         // time-outs count whole seconds, so they may take one more
 constexpr int64_t kByteReadMs = 2;
 constexpr int kAttempts = 3;
 constexpr int kNoAnswer = -1;
@@ -60,6 +61,8 @@ void LinkJudge::Begin(std::string_view text, int timeout_s, bool sure, const Lin
     reply_.clear();
     answer_ = 0;
     allowed_us_ = 0;
+    first_byte_came_ = false;
+    begun_s_ = clock_->Seconds();
     StartBlock();
 }
 
@@ -88,9 +91,7 @@ void LinkJudge::OnWrite(const uint8_t* bytes, uint32_t size, uint32_t written) {
         }
         reply_block_end_ += sim::kBlockSize;
         timeout_ms_ = kBodyTimeoutMs;
-        start_s_ = clock_->Seconds();
-        step_ = Step::Body;
-        return;
+        return GoOn();
     }
     if (step_ != Step::Block || size != block_end_ - sent_) Unexpected("a write", size);
     if (std::memcmp(bytes, frame_.data() + sent_, size) != 0) {
@@ -113,6 +114,7 @@ void LinkJudge::OnSleep(int64_t milliseconds) {
     if (moved_ == 0) return;
     sent_ += moved_;
     start_s_ = clock_->Seconds();
+    if (clock_->SinceMs(begun_s_) > kTransferMs) return Finish(End::NotSent, kWriteTimedOut);
     if (sent_ < block_end_) return;
     Allow(kAckTimeoutMs + kSecondMs + kByteReadMs);
     step_ = Step::Ack;
@@ -130,6 +132,8 @@ void LinkJudge::OnRead(const uint8_t* bytes, uint32_t size, uint32_t read) {
     if (step_ == Step::Body) return GotBody(bytes, read);
     received_.assign(1, static_cast<char>(bytes[0]));
     start_s_ = clock_->Seconds();
+    if (!first_byte_came_) first_byte_s_ = start_s_;
+    first_byte_came_ = true;
     timeout_ms_ = kBodyTimeoutMs;
     sure_ = true;
     step_ = Step::Body;
@@ -138,7 +142,8 @@ void LinkJudge::OnRead(const uint8_t* bytes, uint32_t size, uint32_t read) {
 void LinkJudge::GotAck(uint8_t byte) {
     const char control = static_cast<char>(byte);
     if (control == sim::kNak) return Finish(End::NotSent, kNakReceived);
-    if (control != sim::kAck) return;
+    // Junk does not restart the time-out, and the clock is looked at behind each of its bytes.
+    if (control != sim::kAck) return GotNothing();
     if (sent_ < frame_.size()) return StartBlock();
     StartAttempt();
 }
@@ -189,7 +194,14 @@ void LinkJudge::GotBody(const uint8_t* bytes, uint32_t read) {
     if (etx != nullptr) return JudgeFrame();
     if (received_.size() >= kLongestFrame) return MustAnswer(sim::kNak, true);
     if (received_.size() % sim::kBlockSize == 0) return MustAnswer(sim::kAck, false);
+    GoOn();
+}
+
+/** More of the reply must come, unless it has been coming for too long. */
+void LinkJudge::GoOn() {
     start_s_ = clock_->Seconds();
+    step_ = Step::Body;
+    if (clock_->SinceMs(first_byte_s_) > kTransferMs) Finish(End::NotReceived, kNoAnswer);
 }
 
 /** The frame is complete, or as complete as it gets: its sum decides. */

@@ -25,6 +25,9 @@ class LinkJudge {
      */
     void Begin(std::string_view text, int timeout_s, bool sure, const LinkClockModel& clock);
 
+    /** The clock turned out to be another one, at its first use. */
+    void ReadClockAgain() { begun_s_ = start_s_ = clock_->Seconds(); }
+
     /** No command is under way. */
     void Forget() { allowed_us_ = 0; }
 
@@ -65,6 +68,7 @@ class LinkJudge {
     void GotAck(uint8_t byte);
     void GotNothing();
     void GotBody(const uint8_t* bytes, uint32_t read);
+    void GoOn();
     void JudgeFrame();
     void MustAnswer(char control, bool ends);
     void Allow(int64_t milliseconds) { allowed_us_ += milliseconds * 1000; }
@@ -80,6 +84,9 @@ class LinkJudge {
     size_t block_end_ = 0;
     int64_t start_s_ = 0;
     int64_t timeout_ms_ = 0;
+    int64_t begun_s_ = 0;       ///< when the command's first block was due
+    int64_t first_byte_s_ = 0;  ///< when the first byte of the first attempt came
+    bool first_byte_came_ = false;
     bool sure_ = true;
     int attempts_ = 0;
     std::string received_;  ///< the frame so far

@@ -189,7 +189,10 @@ void Run::Note(sim::Call call, int64_t argument, int64_t result, const uint8_t* 
 
 std::string Run::Text(const Event& event) {
     char text[160];
-    if (event.argument == -1) {
+    if (event.argument == -1 && event.result == -1) {
+        snprintf(text, sizeof text, "%12.6f till %u ends at %s", static_cast<double>(event.at_us) / 1e6,
+                 event.process, CallName(event.call));
+    } else if (event.argument == -1) {
         snprintf(text, sizeof text, "%12.6f till %u %s made to fail: %s",
                  static_cast<double>(event.at_us) / 1e6, event.process, CallName(event.call),
                  WayText(event.call, static_cast<int>(event.result)));
