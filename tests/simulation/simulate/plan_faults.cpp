@@ -91,7 +91,9 @@ void Truncated(Draw& draw, Plan* plan) {
     plan->device.stall_at = DrawPlace(draw, *plan);
 }
 void Drip(Draw& draw, Plan* plan) {
-    if (plan->reply.size() < 2000) plan->baud = static_cast<uint32_t>(draw.Between(4, 400));
+    // Ten seconds a byte is more than a reply may take, if there are enough of them.
+    if (plan->reply.size() < 2000)
+        plan->baud = static_cast<uint32_t>(draw.OneIn(10) ? 1 : draw.Between(4, 400));
 }
 void Pause(Draw& draw, Plan* plan) {
     // Less than a second's bytes before the end of a block a read gives up before the device goes on.
@@ -102,6 +104,10 @@ void Pause(Draw& draw, Plan* plan) {
 void JunkDrips(Draw& draw, Plan* plan) {
     AddJunk(draw, 10 + draw.Below(60), false, &plan->device.junk_before_ack);
     plan->baud = static_cast<uint32_t>(draw.Between(80, 400));
+    if (!draw.OneIn(4)) return;
+    // So dense that no read comes back empty, for longer than an acknowledgement may take.
+    AddJunk(draw, 1500 + draw.Below(1500), false, &plan->device.junk_before_ack);
+    plan->baud = 9600;
 }
 void OtherSession(Draw& draw, Plan* plan) {
     plan->reply.insert(plan->reply.begin(), static_cast<char>('1' + draw.Below(9)));

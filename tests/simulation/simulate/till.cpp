@@ -107,7 +107,8 @@ void Till::JudgeMachine(Outcome outcome) const {
 
 /** No longer than the time-outs allow; without a fault hardly longer than the device took. */
 void Till::JudgeDuration(Outcome outcome) const {
-    if (disturbed_) return;
+    // A call that failed may have left other time-outs in force.
+    if (disturbed_ || !judge_.Sure()) return;
     const int64_t took_us = sim::world().clock.NowUs() - judge_.WaitedUntilUs();
     // A read that fails at once costs a millisecond, whatever its time-outs say.
     constexpr int64_t kFailedCallUs = 1000;
