@@ -93,7 +93,7 @@ void Truncated(Draw& draw, Plan* plan) {
 void Drip(Draw& draw, Plan* plan) {
     // Ten seconds a byte is more than a reply may take, if there are enough of them.
     if (plan->reply.size() < 2000)
-        plan->baud = static_cast<uint32_t>(draw.OneIn(10) ? 1 : draw.Between(4, 400));
+        plan->baud = static_cast<uint32_t>(draw.OneIn(4) ? 1 : draw.Between(4, 400));
 }
 void Pause(Draw& draw, Plan* plan) {
     // Less than a second's bytes before the end of a block a read gives up before the device goes on.
@@ -221,13 +221,13 @@ constexpr FaultRow kFaults[] = {
     {"ACK twice", 12, DuplicateAck},
     {"late ACK", 12, LateAck},
     {"no reply", 4, NoReply},
-    {"late reply", 8, LateReply},
+    {"late reply", 16, LateReply},
     {"first byte lost", 12, LostByte},
     {"byte corrupted", 15, CorruptByte},
     {"wrong checksum", 20, WrongChecksum},
     {"stall", 15, Stall},
     {"frame cut off", 8, Truncated},
-    {"drip", 8, Drip},
+    {"drip", 10, Drip},
     {"pause in the reply", 12, Pause},
     {"junk drips before ACK", 10, JunkDrips},
     {"another session's reply", 8, OtherSession},
