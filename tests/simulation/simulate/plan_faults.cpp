@@ -91,9 +91,12 @@ void Truncated(Draw& draw, Plan* plan) {
     plan->device.stall_at = DrawPlace(draw, *plan);
 }
 void Drip(Draw& draw, Plan* plan) {
-    // Ten seconds a byte is more than a reply may take, if there are enough of them.
-    if (plan->reply.size() < 2000)
-        plan->baud = static_cast<uint32_t>(draw.OneIn(4) ? 1 : draw.Between(4, 400));
+    if (plan->reply.size() >= 2000) return;
+    plan->baud = static_cast<uint32_t>(draw.Between(4, 400));
+    if (!draw.OneIn(4)) return;
+    // Ten seconds a byte is more than a reply may take, if there are enough of them, or attempts.
+    plan->baud = 1;
+    if (draw.OneIn(2)) plan->device.bad_checksum_times = DrawTimes(draw);
 }
 void Pause(Draw& draw, Plan* plan) {
     // Less than a second's bytes before the end of a block a read gives up before the device goes on.
