@@ -94,9 +94,13 @@ void Drip(Draw& draw, Plan* plan) {
     if (plan->reply.size() >= 2000) return;
     plan->baud = static_cast<uint32_t>(draw.Between(4, 400));
     if (!draw.OneIn(4)) return;
-    // Ten seconds a byte is more than a reply may take, if there are enough of them, or attempts.
+    // Ten seconds a byte is more than a reply may take, if there are enough of them.
     plan->baud = 1;
-    if (draw.OneIn(2)) plan->device.bad_checksum_times = DrawTimes(draw);
+    if (draw.OneIn(2)) return;
+    // So is a third of a second with thousands of them that must be sent again.
+    plan->baud = 30;
+    plan->device.bad_checksum_times = DrawTimes(draw);
+    AppendWords(draw, 2500 + draw.Below(2500), &plan->reply);
 }
 void Pause(Draw& draw, Plan* plan) {
     // Less than a second's bytes before the end of a block a read gives up before the device goes on.
