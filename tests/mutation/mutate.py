@@ -1,0 +1,130 @@
+#!/usr/bin/env python3
+"""Puts small faults into the library, one at a time, and reports which of them no test notices.
+
+Works on a copy of the committed sources below build/mutation, so that the work tree is never touched. A fault that does
+not compile is not counted and the next one takes its place. Ends with 1 when fewer than the wanted share was noticed.
+"""
+
+import argparse
+import json
+import os
+import random
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+from faults import faults_of, put_in
+
+ROOT = Path(__file__).resolve().parents[2]
+COPY = ROOT / "build" / "mutation" / "source"
+BUILD = ROOT / "build" / "mutation" / "build"
+
+# What is to notice a fault, the quickest first. The last ones are asked only about what the others let through.
+WATCHERS = [
+    ["./zantir_unit_tests", "--gtest_brief=1", "--gtest_fail_fast"],
+    ["./zantir_platform_tests", "--gtest_brief=1", "--gtest_fail_fast"],
+    ["./simulate", "--exchanges", "20000", "--seed", "1"],
+    ["ctest", "-L", "line", "--stop-on-failure", "-j", "1"],
+]
+WATCHER_SECONDS = 300
+
+
+def run(command, seconds, **options):
+    """The exit status, or a text when there is none."""
+    try:
+        done = subprocess.run(command, timeout=seconds, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False,
+                              text=True, errors="replace", **options)
+        return done.returncode, done.stdout
+    except subprocess.TimeoutExpired:
+        return "time-out", ""
+
+
+def build():
+    status, output = run(["cmake", "--build", str(BUILD), "--parallel", str(os.cpu_count())], 1800)
+    return status == 0, output
+
+
+def prepare():
+    COPY.parent.mkdir(parents=True, exist_ok=True)
+    if not (COPY / ".git").exists():
+        subprocess.run(["git", "clone", "--quiet", "--no-checkout", str(ROOT), str(COPY)], check=True)
+    head = subprocess.run(["git", "rev-parse", "HEAD"], cwd=ROOT, check=True, capture_output=True, text=True).stdout.strip()
+    for command in (["git", "fetch", "--quiet", "origin"], ["git", "checkout", "--quiet", "--force", head]):
+        subprocess.run(command, cwd=COPY, check=True)
+    # Little optimisation: a fault costs a compilation, and the tests take little time anyway.
+    subprocess.run(["cmake", "-G", "Ninja", "-S", str(COPY), "-B", str(BUILD), "-DCMAKE_BUILD_TYPE=Debug"], check=True,
+                   stdout=subprocess.DEVNULL)
+    built, output = build()
+    if not built:
+        sys.exit("the sources do not build:\n" + output)
+    return head
+
+
+def noticed_by(watchers):
+    for watcher in watchers:
+        if watcher[0].startswith("./") and not (BUILD / watcher[0]).exists():
+            continue
+        status, _ = run(watcher, WATCHER_SECONDS, cwd=BUILD)
+        if status != 0:
+            return watcher[0]
+    return None
+
+
+def choose(seed, folders):
+    found = []
+    for folder in folders:
+        for path in sorted((COPY / "src" / folder).rglob("*.cpp")):
+            found += faults_of(str(path.relative_to(COPY)), path.read_text(encoding="utf-8"))
+    random.Random(seed).shuffle(found)
+    return found
+
+
+def try_fault(fault, watchers):
+    """None when it does not compile, else (noticed by, seconds)."""
+    path = COPY / fault.path
+    original = path.read_text(encoding="utf-8")
+    begun = time.monotonic()
+    path.write_text(put_in(original, fault), encoding="utf-8")
+    try:
+        built, _ = build()
+        return (noticed_by(watchers), time.monotonic() - begun) if built else None
+    finally:
+        path.write_text(original, encoding="utf-8")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--count", type=int, default=200, help="faults that compile (default 200)")
+    parser.add_argument("--seed", type=int, default=random.randrange(1 << 30), help="chooses the faults; printed")
+    parser.add_argument("--share", type=float, default=0.95, help="wanted share of noticed faults")
+    parser.add_argument("--folders", nargs="+", default=["api", "vko_sat_utils", "vko_utils", "platform/posix"])
+    parser.add_argument("--quick", action="store_true", help="without the tests over a line")
+    options = parser.parse_args()
+
+    head = prepare()
+    watchers = WATCHERS[:-1] if options.quick else WATCHERS
+    print(f"seed {options.seed}, commit {head[:10]}", flush=True)
+    results = []
+    for fault in choose(options.seed, options.folders):
+        if len(results) == options.count:
+            break
+        outcome = try_fault(fault, watchers)
+        if outcome is None:
+            continue
+        watcher, seconds = outcome
+        results.append({"fault": str(fault), "noticed_by": watcher})
+        print(f"{len(results):4} {'SURVIVED' if watcher is None else watcher:22} {seconds:5.1f} s  {fault}", flush=True)
+    build()
+
+    survived = [result["fault"] for result in results if result["noticed_by"] is None]
+    share = 1 - len(survived) / max(1, len(results))
+    (ROOT / "build" / "mutation" / "result.json").write_text(json.dumps({"seed": options.seed, "results": results}, indent=1),
+                                                             encoding="utf-8")
+    print(f"\n{len(results)} faults, {len(results) - len(survived)} noticed ({share:.1%}), survived:")
+    print("\n".join(survived) or "none")
+    return 0 if share >= options.share else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
