@@ -78,11 +78,14 @@
  *
  * Ordinarily the time that the device needs: some 50 ms for ConsultarSAT, one to a few seconds for a sale.
  * Each function below has a time-out, in seconds, for the first byte of its reply; section SAT_TIMEOUT of
- * "SAT.ini" changes those of the first seven commands. Against a dead line a call returns after that time-out
- * and at most 8 s; the lock costs up to 3 s more while another process has the device, and a port that
- * another program holds 30 s. Against a device that trickles its bytes on purpose there is a limit as well: a
- * command's bytes may take half an hour in all, and so may a reply's. So no call takes longer than its
- * time-out and 62 minutes.
+ * "SAT.ini" changes those of the first seven commands. Without a device a call returns at once, and against a
+ * dead line after that time-out and at most 8 s; the lock costs up to 3 s more while another process has the
+ * device, and a port that another program holds 30 s.
+ *
+ * Whatever a device does on purpose, such as trickling its bytes, no call takes longer than its time-out and
+ * 3800 s: 3 s for the lock, 33 s for the port, half an hour and a minute each for the bytes of the command
+ * with their acknowledgements and for those of the reply, and some seconds for the rest. Only what the system
+ * itself does not return from, such as a write to a log on a network drive that is gone, can add to this.
  *
  * @section files Files
  *
