@@ -8,8 +8,11 @@
 /** A function of a library, to be cast to what it really is. */
 typedef void (*library_function)(void);
 
-/** Loads the library at `path` for good. NULL on failure. */
+/** Loads the library at `path`. NULL on failure. */
 void* system_load_library(const char* path);
+
+/** Gives a library back that system_load_library loaded. False when the system refuses. */
+bool system_unload_library(void* library);
 
 /** The exported function `name`; NULL when there is none. */
 library_function system_find_function(void* library, const char* name);
@@ -36,3 +39,14 @@ long system_open_handles(void);
 
 /** Gives back the mutex that system_hold took. */
 bool system_release(void);
+
+/** What runs in each of several threads, which count from 0. */
+typedef void (*thread_work)(int thread, void* context);
+
+/** Runs `work` in `count` new threads at once and waits for their end. False when one could not be started.
+ */
+bool system_run_threads(int count, thread_work work, void* context);
+
+/** The caller's own lock, one for the process: the library leaves that to its caller. */
+void system_enter(void);
+void system_leave(void);

@@ -8,6 +8,8 @@
  *   chdir PATH                             ok
  *   hold MUTEX [SECONDS]                   held (or abandoned, timeout, failed, unsupported)
  *   release                                released (or failed)
+ *   threads COUNT CALLS                    how many calls of COUNT threads, CALLS each, got their own reply
+ *   reload                                 ok, the library having been given back and loaded anew
  *   handles                                how many handles or descriptors the process has open
  *   quit                                   (nothing; the program ends, as it does at the end of its input)
  *
@@ -24,6 +26,7 @@
 #include "argument.h"
 #include "export.h"
 #include "system.h"
+#include "threads.h"
 
 // A name, its arguments and a file.
 #define MOST_FIELDS (EXPORT_MOST_ARGUMENTS + 3)
@@ -146,8 +149,28 @@ static void run_hold(char** fields, int count) {
     puts(count < 2 ? "error\thold needs a name" : answers[system_hold(fields[1], seconds * 1000)]);
 }
 
+static void run_threads(void* library, char** fields, int count) {
+    const library_function function = system_find_function(library, "ConsultarSAT");
+    if (count != 3 || function == NULL) {
+        puts("error\tthreads needs two numbers and a library");
+        return;
+    }
+    printf("%d\n", threads_call(function, atoi(fields[1]), atoi(fields[2])));
+}
+
+// Gives the library back and loads it anew. NULL when either fails.
+static void* reload(void* library, const char* path) {
+    void* loaded = system_unload_library(library) ? system_load_library(path) : NULL;
+    if (loaded == NULL) {
+        printf("error\tcannot load the library again: %s\n", system_library_error());
+    } else {
+        puts("ok");
+    }
+    return loaded;
+}
+
 // Runs one line; false when it asks for the end.
-static bool run_line(void* library, char* line) {
+static bool run_line(void** library, const char* path, char* line) {
     char* fields[MOST_FIELDS];
     if (strncmp(line, "chdir ", 6) == 0) line[5] = '\t';
     const int count = split_fields(line, fields);
@@ -158,10 +181,15 @@ static bool run_line(void* library, char* line) {
         run_hold(fields, count);
     } else if (strcmp(fields[0], "release") == 0) {
         puts(system_release() ? "released" : "failed");
+    } else if (strcmp(fields[0], "threads") == 0) {
+        run_threads(*library, fields, count);
+    } else if (strcmp(fields[0], "reload") == 0) {
+        *library = reload(*library, path);
+        return *library != NULL;
     } else if (strcmp(fields[0], "handles") == 0) {
         printf("%ld\n", system_open_handles());
     } else {
-        run_call(library, fields, count);
+        run_call(*library, fields, count);
     }
     return true;
 }
@@ -183,7 +211,7 @@ int main(int argc, char** argv) {
     while (going) {
         char* line = read_line();
         if (line == NULL) break;
-        going = run_line(library, line);
+        going = run_line(&library, argv[1], line);
         // The driver waits for this line before it writes the next.
         fflush(stdout);
         free(line);

@@ -93,6 +93,27 @@ class Client:
         self.start(name, *arguments)
         return self.finish(within)
 
+    def start_threads(self, count, calls):
+        """Begins calls of ConsultarSAT from threads under the caller's own lock, with sessions from 1 on."""
+        self._ask(f"threads\t{count}\t{calls}")
+        self.busy = True
+
+    def finish_threads(self, within=60):
+        """How many of the calls got the reply with their own session number."""
+        answer = self._answer(within)
+        self.busy = False
+        return int(answer)
+
+    def reload(self):
+        """The program gives the library back and loads it anew."""
+        self._ask("reload")
+        self._expect("ok")
+
+    def queue(self, lines):
+        """Hands the program lines that it works through by itself; nobody reads what it answers."""
+        self.process.stdin.write("".join(line + "\n" for line in lines).encode("ascii"))
+        self.process.stdin.flush()
+
     def handles(self):
         """How many handles, or descriptors, the process has open."""
         self._ask("handles")

@@ -113,6 +113,22 @@ static Registry& TheRegistry() {
     return registry;
 }
 
+/**
+ * Runs when the library is unloaded, by when all threads that used it have ended, and at the end of the
+ * process. The files that nobody has locked are closed: left behind, their descriptors would be out of
+ * everybody's reach. The records stay, since at the end of the process somebody may still come, for whom the
+ * file is opened again.
+ */
+__attribute__((destructor)) static void CloseFilesAtUnload() {
+    Registry& registry = TheRegistry();
+    // A thread that is in here while the process ends is not waited for.
+    const std::unique_lock<std::mutex> lock(registry.guard, std::try_to_lock);
+    if (!lock.owns_lock()) return;
+    for (NamedMutex& mutex : registry.mutexes) {
+        if (mutex.owner == 0) CloseLockFile(&mutex.file);
+    }
+}
+
 /** Finds the record of a name, or makes one. NULL, with the last error set, when its file cannot be opened.
  */
 static NamedMutex* FindOrAdd(Registry* registry, const char* name) {

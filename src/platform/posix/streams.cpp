@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -12,6 +13,18 @@
 #include "../platform.h"
 #include "last_error.h"
 #include "path.h"
+
+/** What plat_append_open opened and nobody has closed yet; the library has one such descriptor at a time. */
+static std::atomic<int> open_append{-1};
+
+/**
+ * Runs when the library is unloaded. A descriptor left behind then is out of everybody's reach: a program
+ * that loads the library anew for each sale would run out of them within days.
+ */
+__attribute__((destructor)) static void CloseAppendAtUnload() {
+    const int descriptor = open_append.exchange(-1);
+    if (descriptor >= 0) close(descriptor);
+}
 
 static FILE* Stream(plat_file* file) {
     return reinterpret_cast<FILE*>(file);
@@ -89,7 +102,11 @@ int plat_append_open(const char* path) {
         descriptor = fcntl(0, F_DUPFD_CLOEXEC, 3);
         close(0);
     }
-    if (descriptor < 0) SetLastErrno(errno);
+    if (descriptor < 0) {
+        SetLastErrno(errno);
+    } else {
+        open_append = descriptor;
+    }
     return descriptor;
 }
 
@@ -109,6 +126,8 @@ bool plat_append_write(int descriptor, const void* bytes, size_t size) {
 }
 
 void plat_append_close(int descriptor) {
+    int expected = descriptor;
+    open_append.compare_exchange_strong(expected, -1);
     close(descriptor);
 }
 

@@ -1,15 +1,34 @@
 /*
  * Open files: buffered ones, the append descriptor, standard output.
  */
+#include <windows.h>
+// The order matters: the header above defines what these may leave out.
 #include <fcntl.h>
 #include <io.h>
 #include <share.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 
 #include "../platform.h"
+
+/** What plat_append_open opened and nobody has closed yet; the library has one such descriptor at a time. */
+static std::atomic<int> open_append{-1};
+
+/**
+ * The system tells when the library is unloaded (`reserved` is NULL then) and when the process ends. A
+ * descriptor left behind by the former is out of everybody's reach: a program that loads the library anew for
+ * each sale would run out of them within days. At the end of the process other threads may have died with the
+ * runtime's locks.
+ */
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID reserved) {
+    if (reason != DLL_PROCESS_DETACH || reserved != nullptr) return TRUE;
+    const int descriptor = open_append.exchange(-1);
+    if (descriptor >= 0) _close(descriptor);
+    return TRUE;
+}
 
 static FILE* Stream(plat_file* file) {
     return reinterpret_cast<FILE*>(file);
@@ -43,11 +62,14 @@ bool plat_file_close(plat_file* file) {
 int plat_append_open(const char* path) {
     const int opened =
         _sopen(path, _O_WRONLY | _O_APPEND | _O_CREAT | _O_TEXT, _SH_DENYNO, _S_IREAD | _S_IWRITE);
-    if (opened != 0) return opened;
-    // A program without standard input gave us 0, which the engine takes for "not open".
-    const int moved = _dup(opened);
-    _close(opened);
-    return moved;
+    int descriptor = opened;
+    if (opened == 0) {
+        // A program without standard input gave us 0, which the engine takes for "not open".
+        descriptor = _dup(opened);
+        _close(opened);
+    }
+    if (descriptor >= 0) open_append = descriptor;
+    return descriptor;
 }
 
 bool plat_append_write(int descriptor, const void* bytes, size_t size) {
@@ -64,6 +86,8 @@ bool plat_append_write(int descriptor, const void* bytes, size_t size) {
 }
 
 void plat_append_close(int descriptor) {
+    int expected = descriptor;
+    open_append.compare_exchange_strong(expected, -1);
     _close(descriptor);
 }
 

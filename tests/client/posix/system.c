@@ -2,13 +2,19 @@
 
 #include <dirent.h>
 #include <dlfcn.h>
+#include <pthread.h>
 #include <stddef.h>
+#include <stdlib.h>
 #include <string.h>
 #include <time.h>
 #include <unistd.h>
 
 void* system_load_library(const char* path) {
     return dlopen(path, RTLD_NOW | RTLD_LOCAL);
+}
+
+bool system_unload_library(void* library) {
+    return dlclose(library) == 0;
 }
 
 library_function system_find_function(void* library, const char* name) {
@@ -57,4 +63,44 @@ long system_open_handles(void) {
     closedir(folder);
     // The folder itself, its parent and the descriptor that reads it are no handles of the process.
     return count - 3;
+}
+
+struct thread {
+    pthread_t id;
+    int number;
+    thread_work work;
+    void* context;
+};
+
+static void* run_thread(void* argument) {
+    const struct thread* thread = argument;
+    thread->work(thread->number, thread->context);
+    return NULL;
+}
+
+bool system_run_threads(int count, thread_work work, void* context) {
+    struct thread* threads = calloc((size_t)count, sizeof *threads);
+    if (threads == NULL) return false;
+    int started = 0;
+    for (; started < count; ++started) {
+        threads[started].number = started;
+        threads[started].work = work;
+        threads[started].context = context;
+        if (pthread_create(&threads[started].id, NULL, run_thread, &threads[started]) != 0) break;
+    }
+    for (int i = 0; i < started; ++i) {
+        pthread_join(threads[i].id, NULL);
+    }
+    free(threads);
+    return started == count;
+}
+
+static pthread_mutex_t callers_lock = PTHREAD_MUTEX_INITIALIZER;
+
+void system_enter(void) {
+    pthread_mutex_lock(&callers_lock);
+}
+
+void system_leave(void) {
+    pthread_mutex_unlock(&callers_lock);
 }

@@ -29,6 +29,10 @@ void* system_load_library(const char* path) {
     return (void*)LoadLibraryA(path);
 }
 
+bool system_unload_library(void* library) {
+    return FreeLibrary((HMODULE)library) != 0;
+}
+
 library_function system_find_function(void* library, const char* name) {
     return (library_function)GetProcAddress((HMODULE)library, name);
 }
@@ -100,4 +104,46 @@ long system_open_handles(void) {
     // Wine answers this question with 0, but keeps the table.
     if (GetProcessHandleCount(GetCurrentProcess(), &count) && count > 0) return (long)count;
     return count_table_rows();
+}
+
+struct thread {
+    HANDLE handle;
+    int number;
+    thread_work work;
+    void* context;
+};
+
+static DWORD WINAPI run_thread(void* argument) {
+    const struct thread* thread = argument;
+    thread->work(thread->number, thread->context);
+    return 0;
+}
+
+bool system_run_threads(int count, thread_work work, void* context) {
+    struct thread* threads = calloc((size_t)count, sizeof *threads);
+    if (threads == NULL) return false;
+    int started = 0;
+    for (; started < count; ++started) {
+        threads[started].number = started;
+        threads[started].work = work;
+        threads[started].context = context;
+        threads[started].handle = CreateThread(NULL, 0, run_thread, &threads[started], 0, NULL);
+        if (threads[started].handle == NULL) break;
+    }
+    for (int i = 0; i < started; ++i) {
+        WaitForSingleObject(threads[i].handle, INFINITE);
+        CloseHandle(threads[i].handle);
+    }
+    free(threads);
+    return started == count;
+}
+
+static SRWLOCK callers_lock = SRWLOCK_INIT;
+
+void system_enter(void) {
+    AcquireSRWLockExclusive(&callers_lock);
+}
+
+void system_leave(void) {
+    ReleaseSRWLockExclusive(&callers_lock);
 }
