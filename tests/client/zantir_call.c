@@ -10,6 +10,7 @@
  *   release                                released (or failed)
  *   threads COUNT CALLS                    how many calls of COUNT threads, CALLS each, got their own reply
  *   reload                                 ok, the library having been given back and loaded anew
+ *   keep PATH                              kept: no other program can open the file (or failed)
  *   handles                                how many handles or descriptors the process has open
  *   quit                                   (nothing; the program ends, as it does at the end of its input)
  *
@@ -181,6 +182,8 @@ static bool run_line(void** library, const char* path, char* line) {
         run_hold(fields, count);
     } else if (strcmp(fields[0], "release") == 0) {
         puts(system_release() ? "released" : "failed");
+    } else if (strcmp(fields[0], "keep") == 0) {
+        puts(count == 2 && system_keep_file(fields[1]) ? "kept" : "failed");
     } else if (strcmp(fields[0], "threads") == 0) {
         run_threads(*library, fields, count);
     } else if (strcmp(fields[0], "reload") == 0) {

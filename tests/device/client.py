@@ -20,7 +20,7 @@ class ClientError(AssertionError):
 class Client:
     """One process with one copy of the library's state. `folder` is its current directory."""
 
-    def __init__(self, command, folder, environment=None):
+    def __init__(self, command, folder, environment=None, user=None):
         self.folder = folder
         self.printed = []  # what the library itself wrote to standard output
         self.busy = False  # in a call that was begun and not finished
@@ -28,7 +28,7 @@ class Client:
         self._unread = b""
         self._errors = open(os.path.join(folder, "client-errors.txt"), "ab")
         self.process = subprocess.Popen(command, cwd=folder, env=environment, stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE, stderr=self._errors)
+                                        stdout=subprocess.PIPE, stderr=self._errors, user=user)
         self._expect("ready", 60)
 
     def _line(self, within):
@@ -108,6 +108,11 @@ class Client:
         """The program gives the library back and loads it anew."""
         self._ask("reload")
         self._expect("ok")
+
+    def keep(self, name):
+        """Opens a file so that no other program can until this one ends."""
+        self._ask(f"keep\t{name}")
+        self._expect("kept")
 
     def queue(self, lines):
         """Hands the program lines that it works through by itself; nobody reads what it answers."""

@@ -43,8 +43,9 @@ class Linux:
         port = "COM%d" % (1000 + int(ready["address"].rsplit("/", 1)[1]))
         return port, {"emulator_port": port}
 
-    def client(self, folder):
-        return Client([os.path.join(self.build, "zantir-call"), os.path.join(self.build, "libzantir64.so")], folder)
+    def client(self, folder, user=None):
+        return Client([os.path.join(self.build, "zantir-call"), os.path.join(self.build, "libzantir64.so")], folder,
+                      user=user)
 
 
 class Wine:

@@ -106,6 +106,11 @@ long system_open_handles(void) {
     return count_table_rows();
 }
 
+bool system_keep_file(const char* path) {
+    return CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, NULL, OPEN_EXISTING, 0, NULL) !=
+           INVALID_HANDLE_VALUE;
+}
+
 struct thread {
     HANDLE handle;
     int number;
