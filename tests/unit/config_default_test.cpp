@@ -2,6 +2,7 @@
  * The default configuration file: its text to the byte, and when it is written.
  */
 #include "logged_library.h"
+#include "lost_memory.h"
 
 namespace {
 
@@ -149,6 +150,7 @@ TEST_F(DefaultConfiguration, AProcessKilledWhileItIsWrittenLeavesNoneOrAllOfIt) 
     for (const int64_t reached : {0, 1, 456, kDefaultSize - 1}) {
         Load();
         World().files.KillAfterBytes(reached);
+        const LostMemory lost;
         EXPECT_THROW(CreateFile_ZantirIni(), sim::Killed) << reached;
         EXPECT_FALSE(World().files.Exists("SAT.ini")) << reached;
     }

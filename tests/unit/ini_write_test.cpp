@@ -2,6 +2,7 @@
  * The INI writer: every result with what it leaves in the file.
  */
 #include "logged_library.h"
+#include "lost_memory.h"
 
 namespace {
 
@@ -215,6 +216,7 @@ TEST_F(IniWrite, AProcessKilledWhileAValueIsChangedLeavesTheOldFileOrTheNewOne) 
         Load();
         World().files.SetText("w.ini", old);
         World().files.KillAfterBytes(reached);
+        const LostMemory lost;
         EXPECT_THROW(VKO_SetIniFileValue("w.ini", "S", "A", "345"), sim::Killed) << reached;
         EXPECT_EQ(FileText("w.ini"), old) << reached;
     }
