@@ -1,5 +1,6 @@
 """The two products under test. ZANTIR_TEST_TARGET says which: linux or wine."""
 import os
+import shlex
 import subprocess
 
 from client import Client
@@ -44,8 +45,10 @@ class Linux:
         return port, {"emulator_port": port}
 
     def client(self, folder, user=None):
-        return Client([os.path.join(self.build, "zantir-call"), os.path.join(self.build, "libzantir64.so")], folder,
-                      user=user)
+        # A program that watches another one, such as valgrind.
+        wrapper = shlex.split(os.environ.get("ZANTIR_TEST_WRAPPER", ""))
+        return Client([*wrapper, os.path.join(self.build, "zantir-call"), os.path.join(self.build, "libzantir64.so")],
+                      folder, user=user)
 
 
 class Wine:
