@@ -125,7 +125,8 @@ class SettingsFileTest(FileSystemCase):
         # The default mode logs errors, the file says not to.
         self.assertTrue(self.logs())
         keeper.close()
-        self.assertEqual(settings.compose(**{**self.connection, "log_mode": 0}).encode(), open(path, "rb").read())
+        with open(path, "rb") as file:
+            self.assertEqual(settings.compose(**{**self.connection, "log_mode": 0}).encode(), file.read())
 
     def logs(self):
         return [name for _, _, names in os.walk(self.place) for name in names if name.endswith("_SAT_api.log")]
