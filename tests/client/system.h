@@ -40,7 +40,8 @@ long system_open_handles(void);
 /** Gives back the mutex that system_hold took. */
 bool system_release(void);
 
-/** Opens a file so that no other program can until this one ends. False when that fails or is not to be had. */
+/** Opens a file so that no other program can until this one ends. False when that fails or is not to be had.
+ */
 bool system_keep_file(const char* path);
 
 /** What runs in each of several threads, which count from 0. */

@@ -113,7 +113,7 @@ TEST(Base64Decode, ShortTexts) {
 TEST(Base64Decode, LogLines) {
     CapturedLog log;
     log.SetUnixMilliseconds(1610634000123);
-    char output[8];
+    char output[8] = {};  // the decoder looks at what stands there
     uint64_t length = 0;
     EXPECT_EQ(VKO_Base64Decoder("YWJj", 4, output, &length), 3);
     ASSERT_EQ(log.Lines().size(), 2U);
