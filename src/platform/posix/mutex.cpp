@@ -104,10 +104,14 @@ static void AfterForkInChild() {
     registry.guard.unlock();
 }
 
+/** The registry once there is one. */
+static std::atomic<Registry*> made_registry{nullptr};
+
 static Registry& TheRegistry() {
     static Registry& registry = *[] {
         Registry* created = new Registry;
         pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
+        made_registry = created;
         return created;
     }();
     return registry;
@@ -120,11 +124,12 @@ static Registry& TheRegistry() {
  * file is opened again.
  */
 __attribute__((destructor)) static void CloseFilesAtUnload() {
-    Registry& registry = TheRegistry();
+    Registry* const registry = made_registry;
+    if (registry == nullptr) return;
     // A thread that is in here while the process ends is not waited for.
-    const std::unique_lock<std::mutex> lock(registry.guard, std::try_to_lock);
+    const std::unique_lock<std::mutex> lock(registry->guard, std::try_to_lock);
     if (!lock.owns_lock()) return;
-    for (NamedMutex& mutex : registry.mutexes) {
+    for (NamedMutex& mutex : registry->mutexes) {
         if (mutex.owner == 0) CloseLockFile(&mutex.file);
     }
 }
