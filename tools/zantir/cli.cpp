@@ -23,6 +23,7 @@ constexpr Text EXIT_CODES = {
     "  4 o SAT recusou\n  5 uma verificação falhou\n  6 um arquivo não pôde ser lido ou gravado\n  130 interrompido com Ctrl-C",
     "Exit codes:\n  0 all right\n  1 wrong usage\n  2 the library does not load\n  3 no device or communication error\n"
     "  4 the device refused\n  5 a check failed\n  6 a file could not be read or written\n  130 interrupted with Ctrl-C"};
+constexpr Text OPTIONS = {"Opções", "Options"};
 constexpr Text EXAMPLE = {"Exemplo", "Example"};
 constexpr Text MISUSED = {"uso incorreto: %1. Veja zantir --help", "wrong usage: %1. See zantir --help"};
 
@@ -34,7 +35,10 @@ constexpr Text OPTION_CODE = {"Código de ativação", "Activation code"};
 constexpr Text OPTION_SESSION = {"Número da sessão, 1 a 999999; sem ele, um ao acaso", "Session number, 1 to 999999; a random one by default"};
 constexpr Text OPTION_SAVE = {"Grava nesta pasta o XML ou os registros que o SAT devolver", "Writes the XML or the logs that the device returns into this folder"};
 constexpr Text OPTION_LIMIT = {"Segundos até desistir da biblioteca; sem ele, o maior tempo que ela pode levar", "Seconds until the library is given up; by default the longest time that it may take"};
+constexpr Text OPTION_UNMASKED = {"Mostra o código de ativação", "Shows the activation code"};
 constexpr Text OPTION_SALE = {"XML da venda, de onde o cancelamento toma quem vendeu", "XML of the sale, from which the cancellation takes who sold"};
+constexpr Text OPTION_FOLDER = {"Pasta dos registros; sem ela, a do SAT.ini", "Folder of the logs; that of SAT.ini by default"};
+constexpr Text OPTION_HTML = {"Grava a linha do tempo numa página só, com filtros", "Writes the timeline into one page, with filters"};
 constexpr Text ARGUMENT_FILE = {"Arquivo XML; - é a entrada padrão", "XML file; - is standard input"};
 constexpr Text ARGUMENT_CANCEL = {"Chave (CFe e 44 dígitos) e/ou arquivo XML", "Key (CFe and 44 digits) and/or XML file"};
 constexpr Text ARGUMENT_SESSION = {"Sessão a recuperar", "Session to recover"};
@@ -43,6 +47,7 @@ constexpr Text ARGUMENT_VALUES = {"Argumentos depois da sessão, em ordem; @ARQU
 constexpr Text ARGUMENT_CODE = {"Código de retorno, como 6010", "Return code, such as 6010"};
 constexpr Text ARGUMENT_NUMBER = {"Número, com ou sem pontuação", "Number, with or without punctuation"};
 constexpr Text ARGUMENT_STATE = {"Código do IBGE, sigla ou nome", "IBGE code, abbreviation or name"};
+constexpr Text ARGUMENT_DAY = {"Dia: AAAAMMDD ou DD/MM/AAAA; sem ele, hoje", "Day: AAAAMMDD or DD/MM/AAAA; today by default"};
 constexpr Text ARGUMENT_SHELL = {"bash, zsh ou powershell", "bash, zsh or powershell"};
 // clang-format on
 
@@ -120,6 +125,13 @@ void AddState(CLI::App& app, Options& options) {
     app.add_option("uf", options.number, Say(ARGUMENT_STATE))->required()->type_name("UF");
 }
 
+void AddLog(CLI::App& app, Options& options) {
+    app.add_option("dia", options.day, Say(ARGUMENT_DAY))->type_name("DIA");
+    app.add_option("--pasta", options.log_folder, Say(OPTION_FOLDER))->type_name("PASTA");
+    app.add_option("--html", options.html_file, Say(OPTION_HTML))->type_name("ARQUIVO");
+    app.add_flag("--sem-mascara", options.unmasked, Say(OPTION_UNMASKED));
+}
+
 void AddShell(CLI::App& app, Options& options) {
     app.add_option("shell", options.shell, Say(ARGUMENT_SHELL))
         ->required()
@@ -129,6 +141,10 @@ void AddShell(CLI::App& app, Options& options) {
 
 // clang-format off
 const Command COMMANDS[] = {
+    {"diagnostico", {"Verifica biblioteca, SAT.ini, registros, portas e SAT, e diz o que fazer", "Checks library, SAT.ini, logs, ports and device, and says what to do"},
+     "zantir diagnostico --codigo 12345678", AddCoded, CommandDiagnosis},
+    {"portas", {"Portas presentes, e qual é tomada pelo SAT", "The ports that are present, and which one is taken for the device"},
+     "zantir portas", AddNothing, CommandPorts},
     {"consultar", {"Pergunta se o SAT está em operação (ConsultarSAT)", "Asks whether the device works (ConsultarSAT)"},
      "zantir consultar", AddExchange, CommandConsult},
     {"status", {"Mostra e explica os 28 campos do estado do SAT", "Shows and explains the 28 fields of the device's state"},
@@ -147,6 +163,8 @@ const Command COMMANDS[] = {
     {"cnpj", {"Confere um CNPJ", "Checks a CNPJ"}, "zantir cnpj 11.222.333/0001-81", AddNumber, CommandCnpj},
     {"cpf", {"Confere um CPF", "Checks a CPF"}, "zantir cpf 529.982.247-25", AddNumber, CommandCpf},
     {"uf", {"Encontra um estado", "Finds a state"}, "zantir uf 35", AddState, CommandState},
+    {"log", {"Mostra um dia dos registros como linha do tempo", "Shows a day of the logs as a timeline"},
+     "zantir log 20/11/2026 --html dia.html", AddLog, nullptr},
     {"completar", {"Escreve o script de completar para o seu shell", "Prints the completion script for your shell"},
      "zantir completar bash > /etc/bash_completion.d/zantir", AddShell, nullptr},
 };
@@ -189,8 +207,8 @@ void Translate(CLI::App& app) {
     for (const auto& row : LABELS) {
         app.get_formatter()->label(row.label, Say(row.text));
     }
-    app.option_defaults()->group(Say({"Opções", "Options"}));
-    app.set_help_flag("-h,--help", Say({"Mostra esta ajuda", "Shows this help"}));
+    app.option_defaults()->group(Say(OPTIONS));
+    app.set_help_flag("-h,--help", Say({"Mostra esta ajuda", "Shows this help"}))->group(Say(OPTIONS));
 }
 
 void AddCommon(CLI::App& app, Options& options) {
@@ -217,6 +235,7 @@ void AddCommands(CLI::App& app, Options& options, const Command** chosen) {
         CLI::App* const added = app.add_subcommand(command.name, Say(command.description));
         added->fallthrough();
         added->group(Say({"Comandos", "Commands"}));
+        added->get_help_ptr()->group(Say(OPTIONS));
         added->footer(Say(EXAMPLE) + ": " + command.example);
         command.add(*added, options);
         added->callback([chosen, &command] { *chosen = &command; });
