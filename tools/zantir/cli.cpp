@@ -164,7 +164,7 @@ const Command COMMANDS[] = {
     {"cpf", {"Confere um CPF", "Checks a CPF"}, "zantir cpf 529.982.247-25", AddNumber, CommandCpf},
     {"uf", {"Encontra um estado", "Finds a state"}, "zantir uf 35", AddState, CommandState},
     {"log", {"Mostra um dia dos registros como linha do tempo", "Shows a day of the logs as a timeline"},
-     "zantir log 20/11/2026 --html dia.html", AddLog, nullptr},
+     "zantir log 20/11/2026 --html dia.html", AddLog, CommandLog},
     {"completar", {"Escreve o script de completar para o seu shell", "Prints the completion script for your shell"},
      "zantir completar bash > /etc/bash_completion.d/zantir", AddShell, nullptr},
 };
