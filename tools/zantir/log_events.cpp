@@ -1,5 +1,7 @@
 #include "log_events.h"
 
+#include <cstdlib>
+
 #include "functions.h"
 #include "text.h"
 
@@ -53,7 +55,9 @@ std::string DetailOf(const EventRule& rule, const std::string& text) {
     const size_t at = text.find(rule.detail);
     if (at == std::string::npos) return "";
     const size_t from = at + std::string_view(rule.detail).size();
-    return text.substr(from, text.find_first_of("]:\n", from) - from);
+    const std::string detail = text.substr(from, text.find_first_of("]:\n", from) - from);
+    // Lengths are printed with leading zeros.
+    return AllDigits(detail) ? std::to_string(std::atoll(detail.c_str())) : detail;
 }
 
 bool Fits(const EventRule& rule, const DiagnosticEntry& entry) {
