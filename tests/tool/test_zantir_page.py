@@ -58,7 +58,7 @@ class PageTest(FolderCase):
             document.getElementById("filters").dispatchEvent(new Event("input"));""")
         self.assertEqual(1, len(re.findall("<article", sale)))
         found = self.with_script("""
-            document.getElementById("search").value = "000017";
+            document.getElementById("search").value = "NENHUMA resposta dentro";
             document.getElementById("filters").dispatchEvent(new Event("input"));""")
         self.assertEqual(1, len(re.findall("<article", found)))
 

@@ -32,6 +32,7 @@ constexpr Text LOCK_HELD = {"está com outro programa há mais de 3 s", "another
 constexpr Text LOCK_BROKEN = {"não pôde ser criada", "could not be created"};
 constexpr Text CLOSE_LOCKER = {"Espere a venda em curso; se não terminar, feche o programa de vendas", "Wait for the sale in progress; if it does not end, close the sales program"};
 constexpr Text CHECK_RIGHTS = {"Confira as permissões do usuário", "Check the user's permissions"};
+constexpr Text PORT_FIRST = {"antes, libere a porta", "free the port first"};
 constexpr Text NO_LIBRARY = {"sem biblioteca", "no library"};
 constexpr Text ANSWERED = {"%1 %2 em %3 ms", "%1 %2 within %3 ms"};
 constexpr Text NO_ANSWER_LOG = {"Veja zantir log", "See zantir log"};
@@ -150,6 +151,7 @@ Finding CheckPortUse(Diagnosis& diagnosis) {
         case PortState::Opens:
             return {CheckStatus::Good, Say(PORT_OPENS, {shown}), "", {}};
         case PortState::Refused:
+            diagnosis.port_refused = true;
             if (!holders.empty()) {
                 return {
                     CheckStatus::Bad, Say(PORT_HELD, {shown, HolderNames(holders)}), Say(CLOSE_HOLDER), {}};
@@ -163,6 +165,7 @@ Finding CheckPortUse(Diagnosis& diagnosis) {
 
 Finding CheckAnswer(Diagnosis& diagnosis) {
     if (diagnosis.library.handle == nullptr) return {CheckStatus::Skipped, Say(NO_LIBRARY), "", {}};
+    if (diagnosis.port_refused) return {CheckStatus::Skipped, Say(PORT_FIRST), "", {}};
     const CallResult result = Ask(diagnosis, "ConsultarSAT", {});
     const Reply reply = ParseReply(result.text, "ConsultarSAT");
     if (reply.verdict != Verdict::Accepted) return {CheckStatus::Bad, ReasonOf(reply), RemedyOf(reply), {}};
@@ -176,7 +179,8 @@ Finding CheckClock(Diagnosis& diagnosis) {
     plat_calendar now = {};
     plat_local_now(&now);
     if (now.year < OLDEST_YEAR) return {CheckStatus::Bad, Say(PC_CLOCK, {Stamp(now)}), Say(SET_PC_CLOCK), {}};
-    if (diagnosis.options.activation_code.empty() || diagnosis.library.handle == nullptr) {
+    if (diagnosis.options.activation_code.empty() || diagnosis.library.handle == nullptr ||
+        diagnosis.port_refused) {
         return {CheckStatus::Good, Say(PC_CLOCK, {Stamp(now)}), "", {}};
     }
     const char* const name = "ConsultarStatusOperacional";

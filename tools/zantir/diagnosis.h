@@ -32,6 +32,7 @@ struct Diagnosis {
     PortSettings port_settings;
     std::vector<Port> ports;
     PortChoice choice;
+    bool port_refused = false;  ///< another program holds the port: a call would wait 30 s for it
     Library library;
 };
 
