@@ -16,7 +16,7 @@ def command():
 
 
 def environment():
-    return {**os.environ, **getattr(TARGET, "environment", {})}
+    return {**os.environ, **getattr(TARGET, "environment", {}), "TZ": "UTC"}
 
 
 def start(folder, *arguments, **streams):
