@@ -92,10 +92,16 @@ std::string Stamp(const plat_calendar& t) {
     return text;
 }
 
+// A device's clock from the fourteen digits of DH_ATUAL.
 plat_calendar CalendarOf(const std::string& moment) {
+    const std::string_view digits = moment;
     plat_calendar time = {};
-    std::sscanf(moment.c_str(), "%4d%2d%2d%2d%2d%2d", &time.year, &time.month, &time.day, &time.hour,
-                &time.minute, &time.second);
+    time.year = NumberOf(digits.substr(0, 4));
+    time.month = NumberOf(digits.substr(4, 2));
+    time.day = NumberOf(digits.substr(6, 2));
+    time.hour = NumberOf(digits.substr(8, 2));
+    time.minute = NumberOf(digits.substr(10, 2));
+    time.second = NumberOf(digits.substr(12, 2));
     return time;
 }
 

@@ -41,6 +41,7 @@ constexpr uint64_t HUGE_LOG = 500ULL * 1024 * 1024;
 
 std::vector<std::string> Lines(const std::vector<IniRemark>& remarks) {
     std::vector<std::string> lines;
+    lines.reserve(remarks.size());
     for (const IniRemark& remark : remarks) {
         lines.push_back(Printable(remark.where + ": " + remark.what));
     }

@@ -1,5 +1,3 @@
-#include <cstdlib>
-
 #include "commands.h"
 #include "screen.h"
 #include "show_reply.h"
@@ -122,7 +120,7 @@ int CommandCode(const Options& options) {
         Complain(Say(NOT_A_CODE, {options.code}));
         return EXIT_USAGE;
     }
-    const CodeMeaning meaning = ExplainCode(std::atoi(options.code.c_str()));
+    const CodeMeaning meaning = ExplainCode(NumberOf(options.code));
     if (options.json) {
         ShowJson(CodeJson(meaning));
     } else if (!meaning.known) {

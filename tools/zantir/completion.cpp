@@ -17,6 +17,7 @@ std::string Joined(const std::vector<std::string>& words, const char* between) {
 
 std::vector<std::string> Names(const std::vector<CommandName>& commands) {
     std::vector<std::string> names;
+    names.reserve(commands.size());
     for (const CommandName& command : commands) {
         names.push_back(command.name);
     }

@@ -1,7 +1,5 @@
 #include "log_events.h"
 
-#include <cstdlib>
-
 #include "functions.h"
 #include "text.h"
 
@@ -57,7 +55,7 @@ std::string DetailOf(const EventRule& rule, const std::string& text) {
     const size_t from = at + std::string_view(rule.detail).size();
     const std::string detail = text.substr(from, text.find_first_of("]:\n", from) - from);
     // Lengths are printed with leading zeros.
-    return AllDigits(detail) ? std::to_string(std::atoll(detail.c_str())) : detail;
+    return AllDigits(detail) ? std::to_string(NumberOf(detail)) : detail;
 }
 
 bool Fits(const EventRule& rule, const DiagnosticEntry& entry) {

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 
 #include "reply.h"
@@ -13,6 +12,7 @@ namespace tool {
 namespace {
 
 constexpr int64_t MS_A_SECOND = 1000;
+constexpr int64_t MS_A_MINUTE = 60 * MS_A_SECOND;
 constexpr int64_t MS_AN_HOUR = 3600 * MS_A_SECOND;
 constexpr int64_t MS_A_DAY = 24 * MS_AN_HOUR;
 constexpr size_t STAMP_SIZE = 17;  // "[HH:MM:SS.mmm]LLL"
@@ -33,19 +33,15 @@ bool IsStamp(std::string_view line) {
     return true;
 }
 
-int Number(std::string_view digits) {
-    return std::atoi(std::string(digits).c_str());
-}
-
 // 21 to 24 are the hours 0 to 3 of UTC; the rest lies three hours behind it.
 int UtcHour(int shown) {
     return shown >= 21 ? shown - 21 : shown + 3;
 }
 
 int64_t StampTime(std::string_view line, std::string_view utc_day, LocalTimeRule local) {
-    const int64_t in_day = UtcHour(Number(line.substr(1, 2))) * MS_AN_HOUR +
-                           Number(line.substr(4, 2)) * 60 * MS_A_SECOND +
-                           Number(line.substr(7, 2)) * MS_A_SECOND + Number(line.substr(10, 3));
+    const int64_t in_day = UtcHour(NumberOf(line.substr(1, 2))) * MS_AN_HOUR +
+                           NumberOf(line.substr(4, 2)) * MS_A_MINUTE +
+                           NumberOf(line.substr(7, 2)) * MS_A_SECOND + NumberOf(line.substr(10, 3));
     return local(DayStart(utc_day) + in_day);
 }
 
@@ -84,8 +80,8 @@ bool BeginsPacket(std::string_view line) {
 }
 
 LogTime PacketTime(std::string_view line) {
-    return DayStart(line.substr(0, 8)) + Number(line.substr(8, 2)) * MS_AN_HOUR +
-           Number(line.substr(10, 2)) * 60 * MS_A_SECOND + Number(line.substr(12, 2)) * MS_A_SECOND;
+    return DayStart(line.substr(0, 8)) + NumberOf(line.substr(8, 2)) * MS_AN_HOUR +
+           NumberOf(line.substr(10, 2)) * MS_A_MINUTE + NumberOf(line.substr(12, 2)) * MS_A_SECOND;
 }
 
 void AddPacket(const std::string& raw, std::vector<ProtocolEntry>* entries) {
@@ -128,7 +124,7 @@ int64_t MachineLocalTime(int64_t utc_ms) {
     if (parts == nullptr) return utc_ms;
     char day[64];
     std::snprintf(day, sizeof day, "%04d%02d%02d", parts->tm_year + 1900, parts->tm_mon + 1, parts->tm_mday);
-    return DayStart(day) + parts->tm_hour * MS_AN_HOUR + parts->tm_min * 60 * MS_A_SECOND +
+    return DayStart(day) + parts->tm_hour * MS_AN_HOUR + parts->tm_min * MS_A_MINUTE +
            parts->tm_sec * MS_A_SECOND + utc_ms % MS_A_SECOND;
 }
 
@@ -153,9 +149,9 @@ std::vector<ProtocolEntry> ParseProtocolLog(std::string_view text) {
 }
 
 LogTime DayStart(std::string_view day) {
-    const auto date = std::chrono::year(Number(day.substr(0, 4))) /
-                      static_cast<unsigned>(Number(day.substr(4, 2))) /
-                      static_cast<unsigned>(Number(day.substr(6, 2)));
+    const auto date = std::chrono::year(NumberOf(day.substr(0, 4))) /
+                      static_cast<unsigned>(NumberOf(day.substr(4, 2))) /
+                      static_cast<unsigned>(NumberOf(day.substr(6, 2)));
     return std::chrono::sys_days(date).time_since_epoch().count() * MS_A_DAY;
 }
 

@@ -33,7 +33,10 @@ Port ReadDevice(plat_handle devices) {
     port.name = name;
     const uint32_t size = plat_devices_friendly_size(devices);
     std::string friendly(static_cast<size_t>(size) + 1, '\0');
-    if (size != 0 && plat_devices_friendly(devices, friendly.data(), size)) port.friendly = friendly.c_str();
+    if (size != 0 && plat_devices_friendly(devices, friendly.data(), size)) {
+        friendly.resize(friendly.find('\0'));
+        port.friendly = friendly;
+    }
     port.file = PortFile(port.name);
     return port;
 }

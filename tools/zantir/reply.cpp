@@ -1,6 +1,5 @@
 #include "reply.h"
 
-#include <cstdlib>
 #include <regex>
 
 namespace tool {
@@ -99,7 +98,7 @@ Reply ParseReply(std::string_view text, std::string_view command) {
     }
     const std::vector<std::string> pieces = Split(text, '|');
     if (!LooksLikeReply(pieces)) return reply;
-    reply.code = ExplainCode(std::atoi(pieces[1].c_str()));
+    reply.code = ExplainCode(NumberOf(pieces[1]));
     reply.verdict = reply.code.success ? Verdict::Accepted : Verdict::Refused;
     reply.command = command.empty() || TellsEarlierReply(command) ? reply.code.command : command;
     const Shape& shape = ShapeOf(reply.command);

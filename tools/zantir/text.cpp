@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 
 namespace tool {
 
@@ -156,6 +157,12 @@ std::string Trimmed(std::string_view text) {
     const size_t from = text.find_first_not_of(BLANKS);
     if (from == std::string_view::npos) return "";
     return std::string(text.substr(from, text.find_last_not_of(BLANKS) - from + 1));
+}
+
+int NumberOf(std::string_view digits) {
+    int number = 0;
+    const auto [stop, failure] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    return failure == std::errc() ? number : 0;
 }
 
 bool AllDigits(std::string_view text) {

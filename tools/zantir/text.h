@@ -54,6 +54,9 @@ std::vector<std::string> Split(std::string_view text, char separator);
 /** The text without blanks and line ends around it. */
 std::string Trimmed(std::string_view text);
 
+/** The number that a text of digits says; 0 when it says none, or one beyond 32 bits. */
+int NumberOf(std::string_view digits);
+
 /** Whether the text is not empty and consists of digits alone. */
 bool AllDigits(std::string_view text);
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <vector>
 
 #include "codes.h"
@@ -36,10 +35,6 @@ const Text STATES[] = {
 };
 // clang-format on
 
-int Number(std::string_view digits) {
-    return std::atoi(std::string(digits).c_str());
-}
-
 std::string ShowDate(std::string_view d) {
     return std::string(d.substr(6, 2)) + "/" + std::string(d.substr(4, 2)) + "/" +
            std::string(d.substr(0, 4));
@@ -59,7 +54,7 @@ ValueMeaning ExplainKey(std::string_view value) {
     if (AllZeros(key)) return {Say(NOTHING_YET), ""};
     if (key.size() != 44 || !AllDigits(key)) return {"", Say(NO_KEY)};
     if (!KeyIsRight(key)) return {"", Say(WRONG_KEY)};
-    const char* const state = SAT_Get_IBGE_UF_Name(Number(key.substr(0, 2)));
+    const char* const state = SAT_Get_IBGE_UF_Name(NumberOf(key.substr(0, 2)));
     return {Say(KEY_PARTS, {state != nullptr ? state : key.substr(0, 2), key.substr(4, 2), key.substr(2, 2),
                             key.substr(6, 14), key.substr(22, 9), key.substr(31, 6)}),
             ""};
@@ -72,7 +67,7 @@ ValueMeaning ExplainDigits(std::string_view value, size_t count) {
 
 ValueMeaning ExplainState(std::string_view value) {
     if (!AllDigits(value) || value.size() > 2) return {"", Say(NO_STATE)};
-    const auto state = static_cast<size_t>(Number(value));
+    const auto state = static_cast<size_t>(NumberOf(value));
     if (state >= std::size(STATES)) return {"", Say(NO_STATE)};
     return {Say(STATES[state]), ""};
 }
@@ -118,7 +113,7 @@ ValueMeaning ExplainValue(FieldKind kind, std::string_view value) {
             return ExplainDigits(value, 4);
         case FieldKind::ReturnCode: {
             ValueMeaning meaning = ExplainDigits(value, 5);
-            if (meaning.fault.empty()) meaning.shown = ExplainCode(Number(value)).message;
+            if (meaning.fault.empty()) meaning.shown = ExplainCode(NumberOf(value)).message;
             return meaning;
         }
         case FieldKind::Base64:
@@ -154,16 +149,16 @@ bool KeyIsRight(std::string_view value) {
 
 bool IsDate(std::string_view text) {
     if (text.size() != 8 || !AllDigits(text)) return false;
-    const auto date = std::chrono::year(Number(text.substr(0, 4))) /
-                      static_cast<unsigned>(Number(text.substr(4, 2))) /
-                      static_cast<unsigned>(Number(text.substr(6, 2)));
+    const auto date = std::chrono::year(NumberOf(text.substr(0, 4))) /
+                      static_cast<unsigned>(NumberOf(text.substr(4, 2))) /
+                      static_cast<unsigned>(NumberOf(text.substr(6, 2)));
     return date.ok();
 }
 
 bool IsMoment(std::string_view text) {
     return text.size() == 14 && AllDigits(text) && IsDate(text.substr(0, 8)) &&
-           Number(text.substr(8, 2)) < 24 && Number(text.substr(10, 2)) < 60 &&
-           Number(text.substr(12, 2)) < 60;
+           NumberOf(text.substr(8, 2)) < 24 && NumberOf(text.substr(10, 2)) < 60 &&
+           NumberOf(text.substr(12, 2)) < 60;
 }
 
 bool IsBase64(std::string_view text) {

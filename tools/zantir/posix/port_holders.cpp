@@ -1,7 +1,6 @@
 #include <dirent.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 #include "files.h"
@@ -47,7 +46,7 @@ std::vector<PortHolder> HoldersOf(const std::string& port) {
     if (processes == nullptr) return holders;
     while (const dirent* entry = readdir(processes)) {
         const std::string process = entry->d_name;
-        const int number = AllDigits(process) ? std::atoi(process.c_str()) : 0;
+        const int number = AllDigits(process) ? NumberOf(process) : 0;
         if (number == 0 || number == getpid() || !HasOpen(process, file)) continue;
         holders.push_back({number, ProgramOf(process)});
     }
