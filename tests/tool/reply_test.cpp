@@ -121,5 +121,13 @@ TEST(ReplyJsonTest, BytesOfAnyKindMakeValidJson) {
     EXPECT_EQ(Json::parse(text), json);
 }
 
+TEST(ReplyJsonTest, CommandThatCameBackShowsNoActivationCode) {
+    const std::string json = ReplyJson(ParseReply("\x02"
+                                                  "ExtrairLogs|000001|secret99\x03"))
+                                 .dump();
+    EXPECT_THAT(json, testing::Not(HasSubstr("secret99")));
+    EXPECT_THAT(json, HasSubstr("********"));
+}
+
 }  // namespace
 }  // namespace tool

@@ -6,6 +6,7 @@
 
 #include "commands.h"
 #include "completion.h"
+#include "files.h"
 #include "functions.h"
 #include "screen.h"
 #include "terminal.h"
@@ -34,6 +35,7 @@ constexpr Text OPTION_COLOUR = {"Cores: auto (só em terminal), sempre, nunca", 
 constexpr Text OPTION_CODE = {"Código de ativação", "Activation code"};
 constexpr Text OPTION_SESSION = {"Número da sessão, 1 a 999999; sem ele, um ao acaso", "Session number, 1 to 999999; a random one by default"};
 constexpr Text OPTION_SAVE = {"Grava nesta pasta o XML ou os registros que o SAT devolver", "Writes the XML or the logs that the device returns into this folder"};
+constexpr Text NO_FOLDER = {"não há a pasta %1", "there is no folder %1"};
 constexpr Text OPTION_LIMIT = {"Segundos até desistir da biblioteca; sem ele, o maior tempo que ela pode levar", "Seconds until the library is given up; by default the longest time that it may take"};
 constexpr Text OPTION_UNMASKED = {"Mostra o código de ativação", "Shows the activation code"};
 constexpr Text OPTION_SALE = {"XML da venda, de onde o cancelamento toma quem vendeu", "XML of the sale, from which the cancellation takes who sold"};
@@ -74,7 +76,8 @@ void AddExchange(CLI::App& app, Options& options) {
         ->check(CLI::Range(1, 999999));
     app.add_option("--salvar", options.save_folder, Say(OPTION_SAVE))
         ->type_name("PASTA")
-        ->check(CLI::ExistingDirectory);
+        ->check(
+            [](const std::string& name) { return IsFolder(name) ? std::string() : Say(NO_FOLDER, {name}); });
     app.add_option("--limite", options.limit_s, Say(OPTION_LIMIT))
         ->type_name("S")
         ->check(CLI::PositiveNumber);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "log_mask.h"
+
 namespace tool {
 
 namespace {
@@ -103,7 +105,7 @@ void ShowReply(const Reply& reply) {
             return;
         case Verdict::NoReply:
             ShowLine(Painted(Colour::Bad, Say(NO_REPLY)) + ": " + Say(NO_REPLY_WHY));
-            ShowLine("  " + Shortened(Printable(reply.raw), LONGEST_VALUE));
+            ShowLine("  " + Shortened(Printable(WithoutSecrets(reply.raw, {})), LONGEST_VALUE));
             return;
         case Verdict::Accepted:
         case Verdict::Refused:
@@ -142,7 +144,8 @@ Json ReplyJson(const Reply& reply) {
             json["formato_defeitos"].push_back(ToUtf8(fault));
         }
     }
-    json["texto"] = ToUtf8(reply.raw);
+    // A library without a port gives the command back, with the activation code in it.
+    json["texto"] = ToUtf8(WithoutSecrets(reply.raw, {}));
     return json;
 }
 
