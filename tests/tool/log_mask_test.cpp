@@ -26,6 +26,14 @@ TEST(LogMaskTest, CodeInFrontOfARawChecksum) {
               "ExtrairLogs|000002|********\x03]\nP03=[00000008:********]LastParam");
 }
 
+TEST(LogMaskTest, CodeInFrontOfAChecksumOfZero) {
+    const std::string masked = Masked(
+        "pusTxPkt[045:\x02"
+        "ExtrairLogs|000002|12345678]\nP03=[00000008:12345678]LastParam");
+    EXPECT_THAT(masked, testing::Not(testing::HasSubstr("12345678")));
+    EXPECT_THAT(masked, testing::HasSubstr("P03=[00000008:********]LastParam"));
+}
+
 TEST(LogMaskTest, CodeOfAnActivationStandsInAnotherPlace) {
     EXPECT_EQ(Masked("AtivarSAT|000001|1|mycode77|11222333000181|35<00><03>]"),
               "AtivarSAT|000001|1|********|11222333000181|35<00><03>]");

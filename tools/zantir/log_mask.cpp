@@ -103,9 +103,11 @@ void CollectSecrets(std::string_view text, Secrets* secrets) {
         const std::string secret(text.substr(span.begin, span.end - span.begin));
         if (secret.empty()) continue;
         secrets->insert(secret);
-        // In front of a raw ETX stands the checksum, except in a command that was never sent.
+        // In front of a raw ETX stands the checksum, except in a command that was never sent; and a checksum
+        // of zero ends the log's text early, so that the bracket around it follows.
         const bool raw_end = span.end < text.size() && text[span.end] == '\x03';
-        if (raw_end && secret.size() > 1) secrets->insert(secret.substr(0, secret.size() - 1));
+        const bool cut_end = secret.back() == ']';
+        if ((raw_end || cut_end) && secret.size() > 1) secrets->insert(secret.substr(0, secret.size() - 1));
     }
 }
 

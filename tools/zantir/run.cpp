@@ -90,7 +90,6 @@ int LongestCall(int timeout_s) {
 }
 
 CallResult RunCall(const Call& call) {
-    interrupted = 0;
     OnInterrupt(Interrupt);
     const auto shared = std::make_shared<Shared>();
     const Clock::time_point begun = Clock::now();
