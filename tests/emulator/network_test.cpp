@@ -24,8 +24,8 @@ TEST_F(NetworkTest, WrongSettingsAreNamedAndChangeNothing) {
         const char* reason;
     } rows[] = {
         {"", "XML malformado"},
-        {"<config>", "XML malformado"},
         {"<other/>", "config ausente"},
+        {"<config><tipoLan>DHCP</tipoLan><tipoLan>IPFIX</tipoLan></config>", "tipoLan repetido"},
         {"<config><tipoLan>fixo</tipoLan></config>",
          "tipoLan: esperado DHCP ou PPPoE ou IPFIX, encontrado fixo"},
         {"<config><tipoInter>X</tipoInter></config>", "tipoInter: esperado ETHE ou WIFI, encontrado X"},
@@ -44,6 +44,9 @@ TEST_F(NetworkTest, WrongSettingsAreNamedAndChangeNothing) {
         ExpectBase(std::string("ConfigurarInterfaceDeRede|000001|12345678|") + row.settings, "12002",
                    message.c_str());
     }
+    const auto broken = Ask("ConfigurarInterfaceDeRede|000001|12345678|<config>");
+    EXPECT_EQ(broken[1], "12002");
+    EXPECT_THAT(broken[2], testing::HasSubstr("XML malformado: linha 1: "));
     const auto status = Ask("ConsultarStatusOperacional|000001|12345678");
     EXPECT_EQ(status[6], "DHCP");
     EXPECT_EQ(status[12], "0.0.0.0");

@@ -41,11 +41,21 @@ TEST(Signature, ItsDigestIsOneOfTheSignedElement) {
     EXPECT_EQ(TextOf(receipt.xml, "DigestValue"), ToBase64(Sha256(Signed(receipt.xml))));
 }
 
+// The canonical form of a part tells the namespaces that are in force there, wherever they are declared.
 TEST(Signature, NamespacesOfTheRootBelongToTheSignedElement) {
     const Receipt receipt = ReceiptOf(
         Replaced(SaleText(ItemText(1, "1.00")), "<CFe>", "<CFe xmlns=\"urn:a\" xmlns:b=\"urn:b\">"));
-    EXPECT_EQ(Signed(receipt.xml).substr(0, 58),
-              "<infCFe xmlns=\"urn:a\" xmlns:b=\"urn:b\" Id=\"CFe" + receipt.key.substr(0, 13));
+    EXPECT_NE(receipt.xml.find("<CFe xmlns=\"urn:a\" xmlns:b=\"urn:b\"><infCFe Id="), std::string::npos);
+    const std::string part =
+        Replaced(Signed(receipt.xml), "<infCFe ", "<infCFe xmlns=\"urn:a\" xmlns:b=\"urn:b\" ");
+    EXPECT_EQ(TextOf(receipt.xml, "DigestValue"), ToBase64(Sha256(part)));
+}
+
+TEST(Signature, ItsDigestIsRightInEveryEncoding) {
+    const std::string sale =
+        Replaced(SaleText(ItemText(1, "1.00")), "<xProd>X", "<xProd>\xc9\r\n&#13;&#201;");
+    const Receipt receipt = ReceiptOf("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + sale);
+    EXPECT_EQ(TextOf(receipt.xml, "xProd"), "\u00c9\n&#xD;\u00c9");
     EXPECT_EQ(TextOf(receipt.xml, "DigestValue"), ToBase64(Sha256(Signed(receipt.xml))));
 }
 

@@ -26,8 +26,8 @@ std::string ReadOptional(const Element* parent, const std::string& path, const c
     return Child(parent, name) == nullptr ? std::string() : ReadValue(parent, path, name, 2, cents);
 }
 
-std::string WriteReckoned(Xml& xml, Element* parent, const std::string& path, Element* place,
-                          const char* name, int64_t cents) {
+std::string WriteReckoned(Element* parent, const std::string& path, Element* place, const char* name,
+                          int64_t cents) {
     if (Child(parent, name) != nullptr) {
         const std::string given = ChildText(parent, name);
         int64_t value = 0;
@@ -37,10 +37,10 @@ std::string WriteReckoned(Xml& xml, Element* parent, const std::string& path, El
     }
     // The place may be the caller's own element of that name, which goes away.
     while (place != nullptr && NameOf(place) == name) {
-        place = place->next_sibling();
+        place = Next(place);
     }
     RemoveChildren(parent, name);
-    InsertBefore(xml, parent, place, name, FormatCents(cents));
+    InsertBefore(parent, place, name, FormatCents(cents));
     return {};
 }
 

@@ -24,7 +24,7 @@ std::string ReadOptional(const Element* parent, const std::string& path, const c
  * Writes a value that the device reckons, in front of `place`, or behind the last child when that is NULL.
  * Returns an empty text, or, when the caller has reckoned another value, which one was expected.
  */
-std::string WriteReckoned(Xml& xml, Element* parent, const std::string& path, Element* place,
-                          const char* name, int64_t cents);
+std::string WriteReckoned(Element* parent, const std::string& path, Element* place, const char* name,
+                          int64_t cents);
 
 }  // namespace emulator

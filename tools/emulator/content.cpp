@@ -4,6 +4,7 @@
 #include <span>
 
 #include "fiscal_key.h"
+#include "layout.h"
 #include "reason.h"
 
 namespace emulator {
@@ -84,23 +85,26 @@ std::string CheckBuyer(const Element* information) {
 }  // namespace
 
 Element* Information(const Xml* xml, const char* root_name, std::string* problem) {
-    if (xml == nullptr) {
-        *problem = "XML malformado";
-        return nullptr;
-    }
-    const Element* root = FirstElement(&xml->tree);
+    if (xml == nullptr) return nullptr;
+    const Element* root = Root(*xml);
     if (NameOf(root) != root_name) {
         *problem = Wrong("elemento raiz", root_name, NameOf(root));
         return nullptr;
     }
     Element* information = Child(root, "infCFe");
-    if (information == nullptr) *problem = Missing(std::string(root_name) + "/infCFe");
-    return information;
+    if (information == nullptr) {
+        *problem = Missing(std::string(root_name) + "/infCFe");
+        return nullptr;
+    }
+    if (Next(information, "infCFe") == nullptr) return information;
+    *problem = Repeated("infCFe");
+    return nullptr;
 }
 
 std::string CheckSale(const Element* information, const std::string& taxpayer) {
     if (AttributeText(information, "versaoDadosEnt").empty()) return Missing("infCFe/versaoDadosEnt");
     std::string problem = CheckGroups(information, {"ide", "emit", "dest", "det", "total", "pgto"});
+    if (problem.empty()) problem = CheckLayout(information, "");
     if (problem.empty()) problem = CheckDemands(Child(information, "ide"), "ide", APPLICATION);
     if (problem.empty()) problem = CheckDemands(Child(information, "emit"), "emit", SELLER);
     const std::string seller = ChildText(Child(information, "emit"), "CNPJ");
@@ -120,6 +124,7 @@ std::string CheckPayment(const Element* means, const std::string& path) {
 
 std::string CheckCancellation(const Element* information) {
     std::string problem = CheckGroups(information, {"ide", "emit", "dest", "total"});
+    if (problem.empty()) problem = CheckLayout(information, "");
     if (problem.empty()) problem = CheckDemands(Child(information, "ide"), "ide", APPLICATION);
     return problem.empty() ? CheckBuyer(information) : problem;
 }

@@ -10,7 +10,10 @@
 
 namespace emulator {
 
-/** The element "infCFe" below the given root; NULL, and `problem` says why, when there is none. */
+/**
+ * The element "infCFe" below the given root; NULL, and `problem` says why, when there is none. Without a tree
+ * `problem` stays as it is.
+ */
 Element* Information(const Xml* xml, const char* root_name, std::string* problem);
 
 /** Everything of a sale but its items, totals and payments. `taxpayer` may be empty: any seller then. */

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "fiscal_key.h"
+#include "layout.h"
 #include "reason.h"
 #include "xml.h"
 
@@ -64,13 +65,16 @@ std::string ReadSetting(const Element* settings, const Setting& setting, Network
 }  // namespace
 
 std::string ReadNetwork(std::string_view text, Network* network) {
-    const auto xml = ParseXml(text);
-    if (xml == nullptr) return "XML malformado";
-    const Element* settings = Child(&xml->tree, "config");
-    if (settings == nullptr) return Missing("config");
+    std::string problem;
+    const auto xml = ParseXml(text, &problem);
+    if (xml == nullptr) return problem;
+    const Element* settings = Root(*xml);
+    if (NameOf(settings) != "config") return Missing("config");
+    problem = CheckLayout(settings, "");
+    if (!problem.empty()) return problem;
     Network fresh = *network;
     for (const Setting& setting : SETTINGS) {
-        std::string problem = ReadSetting(settings, setting, &fresh);
+        problem = ReadSetting(settings, setting, &fresh);
         if (!problem.empty()) return problem;
     }
     for (const auto& need : NEEDS) {

@@ -6,6 +6,10 @@ std::string Missing(std::string_view path) {
     return std::string(path) + " ausente";
 }
 
+std::string Repeated(std::string_view path) {
+    return std::string(path) + " repetido";
+}
+
 std::string Wrong(std::string_view path, std::string_view expected, std::string_view found) {
     return std::string(path) + ": esperado " + std::string(expected) + ", encontrado " + Shown(found);
 }

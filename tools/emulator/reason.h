@@ -12,6 +12,9 @@ namespace emulator {
 /** "ide/CNPJ ausente". */
 std::string Missing(std::string_view path);
 
+/** "emit/CNPJ repetido". */
+std::string Repeated(std::string_view path);
+
 /** "ide/CNPJ: esperado CNPJ valido, encontrado 123". What was found is shortened and made printable. */
 std::string Wrong(std::string_view path, std::string_view expected, std::string_view found);
 

@@ -25,16 +25,16 @@ std::string KeyOf(const Issue& issue, const std::string& taxpayer) {
 }
 
 // Inserts an element in front of `place`, instead of whatever the caller has under that name.
-void Replace(Xml& xml, Element* parent, Element* place, const char* name, std::string_view text) {
+void Replace(Element* parent, Element* place, const char* name, std::string_view text) {
     while (place != nullptr && NameOf(place) == name) {
-        place = place->next_sibling();
+        place = Next(place);
     }
     RemoveChildren(parent, name);
-    InsertBefore(xml, parent, place, name, text);
+    InsertBefore(parent, place, name, text);
 }
 
 // The identification that a device puts in front of the caller's own, in the order of the layout.
-void WriteIdentification(Xml& xml, Element* identification, const Issue& issue, const Receipt& receipt) {
+void WriteIdentification(Element* identification, const Issue& issue, const Receipt& receipt) {
     const std::string& key = receipt.key;
     const struct {
         const char* name;
@@ -45,38 +45,38 @@ void WriteIdentification(Xml& xml, Element* identification, const Issue& issue, 
         {"hEmi", TimeText(issue.now)}, {"cDV", key.substr(43, 1)},          {"tpAmb", "2"},
     };
     for (const auto& row : rows) {
-        Replace(xml, identification, Child(identification, "CNPJ"), row.name, row.text);
+        Replace(identification, Child(identification, "CNPJ"), row.name, row.text);
     }
-    Replace(xml, identification, Child(identification, "numeroCaixa"), "assinaturaQRCODE", issue.proof);
+    Replace(identification, Child(identification, "numeroCaixa"), "assinaturaQRCODE", issue.proof);
 }
 
-void WriteHeader(Xml& xml, Element* information, const Issue& issue, const Receipt& receipt) {
-    SetAttribute(xml, information, "Id", "CFe" + receipt.key);
-    SetAttribute(xml, information, "versao", "0.08");
-    SetAttribute(xml, information, "versaoSB", issue.software);
+void WriteHeader(Element* information, const Issue& issue, const Receipt& receipt) {
+    SetAttribute(information, "Id", "CFe" + receipt.key);
+    SetAttribute(information, "versao", "0.08");
+    SetAttribute(information, "versaoSB", issue.software);
 }
 
 // The seller's registration stands in the device; a caller sends only the numbers.
-void WriteSeller(Xml& xml, Element* seller) {
+void WriteSeller(Element* seller) {
     for (const char* name : {"xNome", "xFant", "enderEmit", "cRegTrib"}) {
         RemoveChildren(seller, name);
     }
-    Element* place = Child(seller, "CNPJ")->next_sibling();
-    InsertBefore(xml, seller, place, "xNome", "EMITENTE DE DEMONSTRACAO LTDA");
-    InsertBefore(xml, seller, place, "xFant", "LOJA DE DEMONSTRACAO");
-    Element* address = InsertBefore(xml, seller, place, "enderEmit");
-    Append(xml, address, "xLgr", "RUA DO EMULADOR");
-    Append(xml, address, "nro", "59");
-    Append(xml, address, "xBairro", "CENTRO");
-    Append(xml, address, "xMun", "SAO PAULO");
-    Append(xml, address, "CEP", "01001000");
+    Element* place = Next(Child(seller, "CNPJ"));
+    InsertBefore(seller, place, "xNome", "EMITENTE DE DEMONSTRACAO LTDA");
+    InsertBefore(seller, place, "xFant", "LOJA DE DEMONSTRACAO");
+    Element* address = InsertBefore(seller, place, "enderEmit");
+    Append(address, "xLgr", "RUA DO EMULADOR");
+    Append(address, "nro", "59");
+    Append(address, "xBairro", "CENTRO");
+    Append(address, "xMun", "SAO PAULO");
+    Append(address, "CEP", "01001000");
 }
 
 // The seller's tax regime, in its place between the numbers and what the caller says about services.
-void WriteRegime(Xml& xml, Element* seller) {
+void WriteRegime(Element* seller) {
     const bool has_service_regime = Child(seller, "cRegTribISSQN") != nullptr;
     Element* place = Child(seller, has_service_regime ? "cRegTribISSQN" : "indRatISSQN");
-    InsertBefore(xml, seller, place, "cRegTrib", "3");
+    InsertBefore(seller, place, "cRegTrib", "3");
 }
 
 // Who made the application, as far as the text tells: the device compares it with what was linked.
@@ -86,16 +86,16 @@ void NoteApplication(const Element* information, Receipt* receipt) {
     receipt->application_signature = ChildText(identification, "signAC");
 }
 
-void Finish(Xml& xml, Element* information, const Issue& issue, Receipt* receipt) {
-    AppendSignature(xml, information, {issue.signature, issue.certificate});
+void Finish(const Xml& xml, Element* information, const Issue& issue, Receipt* receipt) {
+    AppendSignature(information, {issue.signature, issue.certificate});
     receipt->xml = PrintXml(xml);
 }
 
-std::string Reckon(Xml& xml, Element* information) {
+std::string Reckon(Element* information) {
     Totals totals;
-    std::string problem = AddItems(xml, information, &totals);
-    if (problem.empty()) problem = WriteTotals(xml, Child(information, "total"), totals);
-    if (problem.empty()) problem = WriteChange(xml, Child(information, "pgto"), totals.receipt);
+    std::string problem = AddItems(information, &totals);
+    if (problem.empty()) problem = WriteTotals(Child(information, "total"), totals);
+    if (problem.empty()) problem = WriteChange(Child(information, "pgto"), totals.receipt);
     return problem;
 }
 
@@ -117,26 +117,26 @@ std::string CheckAgainstSale(const Element* information, const Receipt& sale) {
 }
 
 // The parties and the total of the sale that is cancelled.
-void RepeatSale(Xml& xml, Element* information, const Receipt& sale) {
+void RepeatSale(Element* information, const Receipt& sale) {
     Element* seller = Child(information, "emit");
-    Replace(xml, seller, seller->first_node(), "CNPJ", sale.taxpayer);
-    WriteSeller(xml, seller);
+    Replace(seller, FirstElement(seller), "CNPJ", sale.taxpayer);
+    WriteSeller(seller);
     Element* buyer = Child(information, "dest");
     if (FirstElement(buyer) == nullptr && !sale.buyer.empty()) {
-        Append(xml, buyer, sale.buyer.size() == 11 ? "CPF" : "CNPJ", sale.buyer);
+        Append(buyer, sale.buyer.size() == 11 ? "CPF" : "CNPJ", sale.buyer);
     }
-    Replace(xml, Child(information, "total"), nullptr, "vCFe", sale.total);
+    Replace(Child(information, "total"), nullptr, "vCFe", sale.total);
 }
 
 }  // namespace
 
 std::string IssueSale(std::string_view sale, const Issue& issue, Receipt* receipt) {
-    const auto xml = ParseXml(sale);
     std::string problem;
+    const auto xml = ParseXml(sale, &problem);
     Element* information = Information(xml.get(), "CFe", &problem);
     if (information == nullptr) return problem;
     problem = CheckSale(information, issue.taxpayer);
-    if (problem.empty()) problem = Reckon(*xml, information);
+    if (problem.empty()) problem = Reckon(information);
     if (!problem.empty()) return problem;
 
     Element* seller = Child(information, "emit");
@@ -146,18 +146,18 @@ std::string IssueSale(std::string_view sale, const Issue& issue, Receipt* receip
     receipt->key = KeyOf(issue, receipt->taxpayer);
     receipt->issued = issue.now;
     NoteApplication(information, receipt);
-    WriteHeader(*xml, information, issue, *receipt);
-    WriteIdentification(*xml, Child(information, "ide"), issue, *receipt);
-    WriteSeller(*xml, seller);
-    WriteRegime(*xml, seller);
+    WriteHeader(information, issue, *receipt);
+    WriteIdentification(Child(information, "ide"), issue, *receipt);
+    WriteSeller(seller);
+    WriteRegime(seller);
     Finish(*xml, information, issue, receipt);
     return {};
 }
 
 std::string IssueCancellation(std::string_view cancellation, const Receipt& sale, const Issue& issue,
                               Receipt* receipt, bool* other_receipt) {
-    const auto xml = ParseXml(cancellation);
     std::string problem;
+    const auto xml = ParseXml(cancellation, &problem);
     *other_receipt = false;
     Element* information = Information(xml.get(), "CFeCanc", &problem);
     if (information == nullptr) return problem;
@@ -174,13 +174,13 @@ std::string IssueCancellation(std::string_view cancellation, const Receipt& sale
     receipt->issued = issue.now;
     receipt->key = KeyOf(issue, sale.taxpayer);
     NoteApplication(information, receipt);
-    WriteHeader(*xml, information, issue, *receipt);
+    WriteHeader(information, issue, *receipt);
     Element* identification = Child(information, "ide");
-    WriteIdentification(*xml, identification, issue, *receipt);
+    WriteIdentification(identification, issue, *receipt);
     // The date and time of the sale that is cancelled; the cancellation's own stand in "ide".
-    Replace(*xml, information, identification, "dEmi", DateText(sale.issued));
-    Replace(*xml, information, identification, "hEmi", TimeText(sale.issued));
-    RepeatSale(*xml, information, sale);
+    Replace(information, identification, "dEmi", DateText(sale.issued));
+    Replace(information, identification, "hEmi", TimeText(sale.issued));
+    RepeatSale(information, sale);
     Finish(*xml, information, issue, receipt);
     return {};
 }

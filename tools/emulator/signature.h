@@ -18,8 +18,8 @@ struct SignatureTexts {
 
 /**
  * Appends the signature to the document, about its child `information`, which must be complete and carry the
- * attribute "Id". The digest is SHA-256 over that element as the document is printed.
+ * attribute "Id". The digest is SHA-256 over the canonical form of that element.
  */
-void AppendSignature(Xml& xml, Element* information, const SignatureTexts& texts);
+void AppendSignature(Element* information, const SignatureTexts& texts);
 
 }  // namespace emulator

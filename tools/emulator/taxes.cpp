@@ -13,11 +13,11 @@ std::string TooLarge(const std::string& path, const char* name) {
 }
 
 // Base times rate, dropping so many decimals, as the element `name` of `holder`.
-std::string WriteProduct(Xml& xml, Element* holder, const std::string& path, Element* place, const char* name,
+std::string WriteProduct(Element* holder, const std::string& path, Element* place, const char* name,
                          int64_t base, int64_t rate, int drop, int64_t* total) {
     int64_t value = 0;
     if (!MultiplyScaled(base, rate, drop, true, &value) || !AddUp(total, value)) return TooLarge(path, name);
-    return WriteReckoned(xml, holder, path, place, name, value);
+    return WriteReckoned(holder, path, place, name, value);
 }
 
 // A contribution by value (base and rate) or by quantity (units and price a unit).
@@ -36,7 +36,7 @@ constexpr Contribution CONTRIBUTIONS[] = {
     {"COFINSST", "pCOFINS", "vCOFINS", false, &Contributions::cofins_st},
 };
 
-std::string AddContribution(Xml& xml, const Element* taxes, std::string path, const Contribution& rule,
+std::string AddContribution(const Element* taxes, std::string path, const Contribution& rule,
                             Contributions* sums) {
     Element* holder = Child(taxes, rule.group);
     path += std::string("/") + rule.group;
@@ -58,12 +58,12 @@ std::string AddContribution(Xml& xml, const Element* taxes, std::string path, co
         by_value ? ReadValue(holder, path, "vBC", 2, &base) : ReadValue(holder, path, "qBCProd", 4, &base);
     if (problem.empty()) problem = ReadValue(holder, path, by_value ? rule.rate : "vAliqProd", 4, &rate);
     if (!problem.empty()) return problem;
-    return WriteProduct(xml, holder, path, nullptr, rule.value, base, rate, by_value ? 4 : 6,
+    return WriteProduct(holder, path, nullptr, rule.value, base, rate, by_value ? 4 : 6,
                         &(sums->*rule.total));
 }
 
 // ICMS is a percentage of the item's own value. Groups without a rate bear none.
-std::string AddIcms(Xml& xml, Element* group, std::string path, int64_t value, Totals* totals) {
+std::string AddIcms(Element* group, std::string path, int64_t value, Totals* totals) {
     Element* holder = FirstElement(group);
     if (holder == nullptr) return Missing(path + "/ICMS/grupo de ICMS");
     path += "/ICMS/" + NameOf(holder);
@@ -72,11 +72,11 @@ std::string AddIcms(Xml& xml, Element* group, std::string path, int64_t value, T
     int64_t rate = 0;
     std::string problem = ReadValue(holder, path, "pICMS", 2, &rate);
     if (!problem.empty()) return problem;
-    return WriteProduct(xml, holder, path, nullptr, "vICMS", value, rate, 4, &totals->icms);
+    return WriteProduct(holder, path, nullptr, "vICMS", value, rate, 4, &totals->icms);
 }
 
 // Services bear ISSQN, a percentage of their value less what may be deducted.
-std::string AddIssqn(Xml& xml, Element* group, std::string path, int64_t value, Totals* totals) {
+std::string AddIssqn(Element* group, std::string path, int64_t value, Totals* totals) {
     int64_t deduction = 0;
     int64_t rate = 0;
     path += "/ISSQN";
@@ -89,15 +89,15 @@ std::string AddIssqn(Xml& xml, Element* group, std::string path, int64_t value, 
     }
     const int64_t base = value - deduction;
     if (!AddUp(&totals->service_base, base)) return TooLarge(path, "vBC");
-    problem = WriteReckoned(xml, group, path, Child(group, "vAliq"), "vBC", base);
+    problem = WriteReckoned(group, path, Child(group, "vAliq"), "vBC", base);
     if (!problem.empty()) return problem;
-    return WriteProduct(xml, group, path, Child(group, "vAliq")->next_sibling(), "vISSQN", base, rate, 4,
+    return WriteProduct(group, path, Next(Child(group, "vAliq")), "vISSQN", base, rate, 4,
                         &totals->service_tax);
 }
 
 }  // namespace
 
-std::string AddTaxes(Xml& xml, Element* taxes, const std::string& path, int64_t value, Totals* totals) {
+std::string AddTaxes(Element* taxes, const std::string& path, int64_t value, Totals* totals) {
     const std::string where = path + "/imposto";
     Element* goods = Child(taxes, "ICMS");
     Element* service = Child(taxes, "ISSQN");
@@ -109,12 +109,12 @@ std::string AddTaxes(Xml& xml, Element* taxes, const std::string& path, int64_t 
         problem = TooLarge(where, "vItem12741");
     }
     if (problem.empty()) {
-        problem = goods != nullptr ? AddIcms(xml, goods, where, value, totals)
-                                   : AddIssqn(xml, service, where, value, totals);
+        problem =
+            goods != nullptr ? AddIcms(goods, where, value, totals) : AddIssqn(service, where, value, totals);
     }
     Contributions* sums = goods != nullptr ? &totals->goods : &totals->services;
     for (const Contribution& rule : CONTRIBUTIONS) {
-        if (problem.empty()) problem = AddContribution(xml, taxes, where, rule, sums);
+        if (problem.empty()) problem = AddContribution(taxes, where, rule, sums);
     }
     return problem;
 }

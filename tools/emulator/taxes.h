@@ -17,6 +17,6 @@ namespace emulator {
  * @param value  cents of the item, its shares of discount and surcharge included
  * @return an empty text, or what is wrong
  */
-std::string AddTaxes(Xml& xml, Element* taxes, const std::string& path, int64_t value, Totals* totals);
+std::string AddTaxes(Element* taxes, const std::string& path, int64_t value, Totals* totals);
 
 }  // namespace emulator

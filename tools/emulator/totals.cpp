@@ -64,8 +64,7 @@ std::string ReadItem(const Element* element, size_t number, Item* item) {
 }
 
 std::string ReadItems(const Element* sale, std::vector<Item>* items, Totals* totals) {
-    for (const Element* element = Child(sale, "det"); element != nullptr;
-         element = element->next_sibling("det")) {
+    for (const Element* element = Child(sale, "det"); element != nullptr; element = Next(element, "det")) {
         Item item;
         std::string problem = ReadItem(element, items->size() + 1, &item);
         if (!problem.empty()) return problem;
@@ -132,7 +131,7 @@ std::string DealAdjustment(const Element* sale, std::vector<Item>& items, Totals
     return Wrong(path + "/vAcresSubtot", "valor que caiba no cupom", FormatCents(surcharge));
 }
 
-std::string WriteItem(Xml& xml, const Item& item, Totals* totals) {
+std::string WriteItem(const Item& item, Totals* totals) {
     Element* product = item.product;
     const std::string path = item.path + "/prod";
     const struct {
@@ -149,9 +148,9 @@ std::string WriteItem(Xml& xml, const Item& item, Totals* totals) {
     std::string problem;
     for (const auto& row : rows) {
         if (!problem.empty() || (!row.written && Child(product, row.name) == nullptr)) continue;
-        problem = WriteReckoned(xml, product, path, Child(product, row.place), row.name, row.cents);
+        problem = WriteReckoned(product, path, Child(product, row.place), row.name, row.cents);
     }
-    return problem.empty() ? AddTaxes(xml, item.taxes, item.path, item.Net(), totals) : problem;
+    return problem.empty() ? AddTaxes(item.taxes, item.path, item.Net(), totals) : problem;
 }
 
 struct Sum {
@@ -160,18 +159,17 @@ struct Sum {
 };
 
 // A group of sums in front of `place`, instead of the caller's own, whose values must be the same.
-std::string WriteGroup(Xml& xml, Element* total, Element* place, const char* name,
-                       std::span<const Sum> sums) {
-    const Element* given = Child(total, name);
-    RemoveChildren(total, name);
-    Element* group = InsertBefore(xml, total, place, name);
+std::string WriteGroup(Element* total, Element* place, const char* name, std::span<const Sum> sums) {
+    Element* given = Child(total, name);
+    Element* group = InsertBefore(total, place, name);
     std::string problem;
     for (const Sum& sum : sums) {
         // A sum of the caller's stands in the new group for a moment, to be compared there.
-        if (Child(given, sum.name) != nullptr) Append(xml, group, sum.name, ChildText(given, sum.name));
+        if (Child(given, sum.name) != nullptr) Append(group, sum.name, ChildText(given, sum.name));
         if (!problem.empty()) break;
-        problem = WriteReckoned(xml, group, std::string("total/") + name, nullptr, sum.name, sum.cents);
+        problem = WriteReckoned(group, std::string("total/") + name, nullptr, sum.name, sum.cents);
     }
+    if (given != nullptr) Remove(given);
     return problem;
 }
 
@@ -181,24 +179,24 @@ Element* BehindSums(const Element* total) {
     while (place != nullptr) {
         const std::string name = NameOf(place);
         if (name != "ICMSTot" && name != "vCFe" && name != "ISSQNtot") break;
-        place = place->next_sibling();
+        place = Next(place);
     }
     return place;
 }
 
 }  // namespace
 
-std::string AddItems(Xml& xml, Element* sale, Totals* totals) {
+std::string AddItems(Element* sale, Totals* totals) {
     std::vector<Item> items;
     std::string problem = ReadItems(sale, &items, totals);
     if (problem.empty()) problem = DealAdjustment(sale, items, totals);
     for (const Item& item : items) {
-        if (problem.empty()) problem = WriteItem(xml, item, totals);
+        if (problem.empty()) problem = WriteItem(item, totals);
     }
     return problem;
 }
 
-std::string WriteTotals(Xml& xml, Element* total, const Totals& totals) {
+std::string WriteTotals(Element* total, const Totals& totals) {
     const Contributions& goods = totals.goods;
     const Contributions& services = totals.services;
     const Sum of_goods[] = {{"vICMS", totals.icms},         {"vProd", totals.products},
@@ -209,21 +207,21 @@ std::string WriteTotals(Xml& xml, Element* total, const Totals& totals) {
                                {"vPIS", services.pis},       {"vCOFINS", services.cofins},
                                {"vPISST", services.pis_st},  {"vCOFINSST", services.cofins_st}};
     Element* place = BehindSums(total);
-    std::string problem = WriteGroup(xml, total, place, "ICMSTot", of_goods);
-    if (problem.empty()) problem = WriteReckoned(xml, total, "total", place, "vCFe", totals.receipt);
+    std::string problem = WriteGroup(total, place, "ICMSTot", of_goods);
+    if (problem.empty()) problem = WriteReckoned(total, "total", place, "vCFe", totals.receipt);
     if (problem.empty() && totals.has_services) {
-        problem = WriteGroup(xml, total, place, "ISSQNtot", of_services);
+        problem = WriteGroup(total, place, "ISSQNtot", of_services);
     }
     if (problem.empty() && totals.approximate_taxes > 0 && Child(total, "vCFeLei12741") == nullptr) {
-        Append(xml, total, "vCFeLei12741", FormatCents(totals.approximate_taxes));
+        Append(total, "vCFeLei12741", FormatCents(totals.approximate_taxes));
     }
     return problem;
 }
 
-std::string WriteChange(Xml& xml, Element* payment, int64_t owed) {
+std::string WriteChange(Element* payment, int64_t owed) {
     int64_t paid = 0;
     int number = 0;
-    for (const Element* means = Child(payment, "MP"); means != nullptr; means = means->next_sibling("MP")) {
+    for (const Element* means = Child(payment, "MP"); means != nullptr; means = Next(means, "MP")) {
         const std::string path = "pgto/MP " + std::to_string(++number);
         int64_t amount = 0;
         std::string problem = CheckPayment(means, path);
@@ -236,7 +234,7 @@ std::string WriteChange(Xml& xml, Element* payment, int64_t owed) {
     if (paid < owed) {
         return Wrong("soma de pgto/MP/vMP", "ao menos " + FormatCents(owed), FormatCents(paid));
     }
-    return WriteReckoned(xml, payment, "pgto", nullptr, "vTroco", paid - owed);
+    return WriteReckoned(payment, "pgto", nullptr, "vTroco", paid - owed);
 }
 
 }  // namespace emulator

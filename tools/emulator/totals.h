@@ -38,12 +38,12 @@ struct Totals {
  * the sale, and adds them up. A value that the caller reckoned already must be the same. Returns an empty
  * text, or what is wrong.
  */
-std::string AddItems(Xml& xml, Element* sale, Totals* totals);
+std::string AddItems(Element* sale, Totals* totals);
 
 /** Writes the totals into the sale's element "total". Returns an empty text, or which given one is wrong. */
-std::string WriteTotals(Xml& xml, Element* total, const Totals& totals);
+std::string WriteTotals(Element* total, const Totals& totals);
 
 /** Writes the change into the sale's element "pgto". Returns an empty text, or what is wrong. */
-std::string WriteChange(Xml& xml, Element* payment, int64_t owed);
+std::string WriteChange(Element* payment, int64_t owed);
 
 }  // namespace emulator

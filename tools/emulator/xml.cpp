@@ -1,94 +1,159 @@
 #include "xml.h"
 
-#include "xml_guard.h"
-#include "xml_text.h"
+#include <libxml/c14n.h>
+
+#include <new>
 
 namespace emulator {
 
 namespace {
 
-Element* NewElement(Xml& xml, const char* name, std::string_view value) {
-    Element* element = xml.tree.allocate_node(rapidxml::node_element, name);
-    if (!value.empty()) {
-        element->value(xml.tree.allocate_string(value.data(), value.size()), value.size());
+const xmlChar* Bytes(const char* text) {
+    return reinterpret_cast<const xmlChar*>(text);
+}
+
+const char* Chars(const xmlChar* text) {
+    return text == nullptr ? "" : reinterpret_cast<const char*>(text);
+}
+
+// Takes over a text that the library has allocated.
+std::string Taken(xmlChar* text) {
+    const std::unique_ptr<xmlChar, void (*)(void*)> owner(text, xmlFree);
+    return Chars(text);
+}
+
+// The library says with NULL that no memory is left.
+template <typename Thing>
+Thing* Given(Thing* thing) {
+    if (thing == nullptr) throw std::bad_alloc();
+    return thing;
+}
+
+Element* ElementFrom(xmlNode* node) {
+    while (node != nullptr && node->type != XML_ELEMENT_NODE) {
+        node = node->next;
+    }
+    return node;
+}
+
+bool HasPrefix(const Element* element) {
+    return element->ns != nullptr && element->ns->prefix != nullptr;
+}
+
+Element* ElementFrom(Element* element, std::string_view name) {
+    while (element != nullptr && (HasPrefix(element) || name != Chars(element->name))) {
+        element = ElementFrom(element->next);
     }
     return element;
 }
+
+// Without a prefix an element is of the namespace that is in force there without one.
+Element* NewElement(const Element* parent, const char* name, std::string_view value) {
+    const std::string text(value);
+    xmlNs* space = xmlSearchNs(parent->doc, const_cast<Element*>(parent), nullptr);
+    return Given(
+        xmlNewDocRawNode(parent->doc, space, Bytes(name), text.empty() ? nullptr : Bytes(text.c_str())));
+}
+
+// True for whatever stands in the element `top`. Attributes and namespaces are told by who carries them.
+int IsInside(void* top, xmlNode* node, xmlNode* carrier) {
+    const bool carried = node->type == XML_ATTRIBUTE_NODE || node->type == XML_NAMESPACE_DECL;
+    for (const xmlNode* at = carried ? carrier : node; at != nullptr; at = at->parent) {
+        if (at == top) return 1;
+    }
+    return 0;
+}
+
+void Ignore(void*, xmlError*) {}
 
 }  // namespace
 
-std::unique_ptr<Xml> ParseXml(std::string_view text) {
-    if (!IsSafeXml(text)) return nullptr;
-    auto xml = std::make_unique<Xml>();
-    xml->text = text;
-    try {
-        xml->tree.parse<rapidxml::parse_validate_closing_tags | rapidxml::parse_declaration_node>(
-            xml->text.data());
-    } catch (const rapidxml::parse_error&) {
-        return nullptr;
-    }
-    xml->encoding = DeclaredEncoding(xml->tree);
-    if (!IsKnownEncoding(xml->encoding)) return nullptr;
-    const Element* root = FirstElement(&xml->tree);
-    return root != nullptr && IsPrintable(root, IsUnicode(xml->encoding)) ? std::move(xml) : nullptr;
+Xml::~Xml() {
+    xmlFreeDoc(tree);
 }
 
-Element* Child(const Element* parent, const char* name) {
-    return parent == nullptr ? nullptr : parent->first_node(name);
+Element* Root(const Xml& xml) {
+    return xmlDocGetRootElement(xml.tree);
+}
+
+Element* Parent(const Element* element) {
+    xmlNode* parent = element->parent;
+    return parent != nullptr && parent->type == XML_ELEMENT_NODE ? parent : nullptr;
+}
+
+Element* Child(const Element* parent, std::string_view name) {
+    return ElementFrom(FirstElement(parent), name);
 }
 
 Element* FirstElement(const Element* parent) {
-    Element* child = parent == nullptr ? nullptr : parent->first_node();
-    while (child != nullptr && child->type() != rapidxml::node_element) {
-        child = child->next_sibling();
-    }
-    return child;
+    return parent == nullptr ? nullptr : ElementFrom(parent->children);
+}
+
+Element* Next(const Element* element) {
+    return ElementFrom(element->next);
+}
+
+Element* Next(const Element* element, std::string_view name) {
+    return ElementFrom(Next(element), name);
 }
 
 std::string NameOf(const Element* element) {
-    return {element->name(), element->name_size()};
+    const std::string name = Chars(element->name);
+    return HasPrefix(element) ? std::string(Chars(element->ns->prefix)) + ":" + name : name;
 }
 
-std::string ChildText(const Element* parent, const char* name) {
+std::string ChildText(const Element* parent, std::string_view name) {
     const Element* child = Child(parent, name);
-    return child == nullptr ? std::string() : std::string(child->value(), child->value_size());
+    return child == nullptr ? std::string() : Taken(xmlNodeGetContent(child));
 }
 
 std::string AttributeText(const Element* element, const char* name) {
-    const auto* attribute = element == nullptr ? nullptr : element->first_attribute(name);
-    return attribute == nullptr ? std::string() : std::string(attribute->value(), attribute->value_size());
+    return element == nullptr ? std::string() : Taken(xmlGetNoNsProp(element, Bytes(name)));
 }
 
-Element* Append(Xml& xml, Element* parent, const char* name, std::string_view value) {
-    return InsertBefore(xml, parent, nullptr, name, value);
+Element* Append(Element* parent, const char* name, std::string_view value) {
+    return InsertBefore(parent, nullptr, name, value);
 }
 
-Element* InsertBefore(Xml& xml, Element* parent, Element* place, const char* name, std::string_view value) {
-    Element* element = NewElement(xml, name, value);
-    if (place == nullptr) {
-        parent->append_node(element);
-    } else {
-        parent->insert_node(place, element);
-    }
+Element* AppendIn(Element* parent, const char* name, const char* name_space) {
+    Element* element = Append(parent, name);
+    xmlSetNs(element, Given(xmlNewNs(element, Bytes(name_space), nullptr)));
     return element;
 }
 
-void SetAttribute(Xml& xml, Element* element, const char* name, std::string_view value) {
-    if (auto* old = element->first_attribute(name)) element->remove_attribute(old);
-    const char* copy = xml.tree.allocate_string(value.data(), value.size());
-    element->append_attribute(xml.tree.allocate_attribute(name, copy, 0, value.size()));
+Element* InsertBefore(Element* parent, Element* place, const char* name, std::string_view value) {
+    Element* element = NewElement(parent, name, value);
+    return Given(place == nullptr ? xmlAddChild(parent, element) : xmlAddPrevSibling(place, element));
+}
+
+void SetAttribute(Element* element, const char* name, const std::string& value) {
+    Given(xmlSetNsProp(element, nullptr, Bytes(name), Bytes(value.c_str())));
+}
+
+void Remove(Element* element) {
+    xmlUnlinkNode(element);
+    xmlFreeNode(element);
 }
 
 void RemoveChildren(Element* parent, const char* name) {
     while (Element* child = Child(parent, name)) {
-        parent->remove_node(child);
+        Remove(child);
     }
 }
 
+std::string CanonicalText(const Element* element) {
+    // What the library has to say about it goes nowhere: an empty text says the same.
+    xmlSetStructuredErrorFunc(nullptr, Ignore);
+    const std::unique_ptr<xmlOutputBuffer, int (*)(xmlOutputBuffer*)> buffer(
+        Given(xmlAllocOutputBuffer(nullptr)), xmlOutputBufferClose);
+    const int result = xmlC14NExecute(element->doc, IsInside, const_cast<Element*>(element), XML_C14N_1_0,
+                                      nullptr, 0, buffer.get());
+    if (result < 0) return {};
+    return {Chars(xmlOutputBufferGetContent(buffer.get())), xmlOutputBufferGetSize(buffer.get())};
+}
+
 std::string PrintXml(const Xml& xml) {
-    // The caller's own declaration is not carried over: it may hold whatever it likes.
-    return "<?xml version=\"1.0\" encoding=\"" + xml.encoding + "\"?>" +
-           CanonicalText(FirstElement(&xml.tree));
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>" + CanonicalText(Root(xml));
 }
 
 }  // namespace emulator

@@ -1,60 +1,91 @@
 /*
- * An XML text as a tree: the few operations that a receipt needs.
+ * An XML text as a tree: the few operations that a receipt needs, in front of libxml2. Whatever encoding a
+ * text came in, every string in and out of the tree is UTF-8.
  */
 #pragma once
 
 #include <memory>
-#include <rapidxml/rapidxml.hpp>
 #include <string>
 #include <string_view>
 
+struct _xmlDoc;
+struct _xmlNode;
+
 namespace emulator {
 
-using Element = rapidxml::xml_node<char>;
+/** An element of a tree, owned by its tree. */
+using Element = _xmlNode;
 
-/** A tree and the text that it points into. It owns every element; it must not move. */
+/** A tree, which owns every element of it. */
 struct Xml {
-    std::string text;
-    std::string encoding;  ///< as declared, "UTF-8" by default
-    rapidxml::xml_document<char> tree;
+    explicit Xml(_xmlDoc* document) : tree(document) {}
+    ~Xml();
+    Xml(const Xml&) = delete;
+    Xml& operator=(const Xml&) = delete;
+
+    _xmlDoc* tree;
 };
 
 /**
- * Parses a text. NULL when it is not well-formed, nested too deep, holds a document type, or bytes or
- * characters that its encoding does not have.
+ * Parses a text in UTF-8, US-ASCII, ISO-8859-1 or windows-1252. Comments, processing instructions and the
+ * blanks between elements are not taken over; a text that they or CDATA cut up is whole again. NULL, and
+ * `problem` says what is wrong and in which line, for a text that is not well-formed, declares a document
+ * type, mixes text and elements, or is larger inside than any receipt.
  */
-std::unique_ptr<Xml> ParseXml(std::string_view text);
+std::unique_ptr<Xml> ParseXml(std::string_view text, std::string* problem);
+
+/** The outermost element. */
+Element* Root(const Xml& xml);
+
+/** The element that holds this one; NULL for the outermost. */
+Element* Parent(const Element* element);
 
 /** The first child of that name; NULL when there is none, or when `parent` is NULL. */
-Element* Child(const Element* parent, const char* name);
+Element* Child(const Element* parent, std::string_view name);
 
-/** The first child that is an element; NULL when there is none, or when `parent` is NULL. */
+/** The first child; NULL when there is none, or when `parent` is NULL. */
 Element* FirstElement(const Element* parent);
 
-/** The element's own name. */
+/** The sibling behind this one; NULL behind the last. */
+Element* Next(const Element* element);
+
+/** The next sibling of that name; NULL when there is none. */
+Element* Next(const Element* element, std::string_view name);
+
+/** The element's own name, with its prefix when it has one. */
 std::string NameOf(const Element* element);
 
 /** The first child's text; empty when there is no such child. */
-std::string ChildText(const Element* parent, const char* name);
+std::string ChildText(const Element* parent, std::string_view name);
 
 /** An attribute's text; empty when there is none. */
 std::string AttributeText(const Element* element, const char* name);
 
-/** Adds an element with a text behind the last child. `name` must outlive the tree; `value` is copied. */
-Element* Append(Xml& xml, Element* parent, const char* name, std::string_view value = {});
+/** Adds an element with a text behind the last child. It is of its parent's namespace. */
+Element* Append(Element* parent, const char* name, std::string_view value = {});
+
+/** The same, in a namespace that is declared there. */
+Element* AppendIn(Element* parent, const char* name, const char* name_space);
 
 /** Adds an element with a text in front of `place`, or behind the last child when `place` is NULL. */
-Element* InsertBefore(Xml& xml, Element* parent, Element* place, const char* name,
-                      std::string_view value = {});
+Element* InsertBefore(Element* parent, Element* place, const char* name, std::string_view value = {});
 
-/** Sets an attribute, replacing one of that name. `name` must outlive the tree; `value` is copied, never
- * empty. */
-void SetAttribute(Xml& xml, Element* element, const char* name, std::string_view value);
+/** Sets an attribute, replacing one of that name. */
+void SetAttribute(Element* element, const char* name, const std::string& value);
+
+/** Removes an element from its tree, with everything in it. */
+void Remove(Element* element);
 
 /** Removes every child of that name. */
 void RemoveChildren(Element* parent, const char* name);
 
-/** The tree in its canonical form, with a declaration in front. */
+/**
+ * An element in the canonical form over which signatures are made (Canonical XML 1.0, without comments).
+ * Empty when it has none, which is so for relative namespaces.
+ */
+std::string CanonicalText(const Element* element);
+
+/** The whole tree in its canonical form, in UTF-8, with a declaration in front. */
 std::string PrintXml(const Xml& xml);
 
 }  // namespace emulator
