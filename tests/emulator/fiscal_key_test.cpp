@@ -36,6 +36,9 @@ TEST(FiscalKey, Taxpayer) {
     EXPECT_FALSE(IsTaxpayer("1122233300018"));
     EXPECT_FALSE(IsTaxpayer("1122233300018x"));
     EXPECT_FALSE(IsTaxpayer(""));
+    for (char digit = '0'; digit <= '9'; ++digit) {
+        EXPECT_FALSE(IsTaxpayer(std::string(14, digit))) << digit;
+    }
 }
 
 TEST(FiscalKey, Padding) {

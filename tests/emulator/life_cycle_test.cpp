@@ -129,6 +129,8 @@ TEST_F(LifeCycleTest, AnActivationThatIsNotInOrderChangesNothing) {
     EXPECT_EQ(CodeOf("AtivarSAT|000001|1|with blank|11222333000181|43"), "04099");
     EXPECT_EQ(CodeOf("AtivarSAT|000001|1|" + std::string(33, 'x') + "|11222333000181|43"), "04099");
     EXPECT_EQ(CodeOf("AtivarSAT|000001|1|12345678|11222333000182|43"), "04002");
+    EXPECT_EQ(CodeOf("AtivarSAT|000001|1|12345678|00000000000000|43"), "04002");
+    EXPECT_EQ(CodeOf("AtivarSAT|000001|1|12345678|11111111111111|43"), "04002");
     for (const char* state : {"4", "99", "34", "0", "-1", "035", "x"}) {
         EXPECT_EQ(CodeOf(std::string("AtivarSAT|000001|1|12345678|11222333000181|") + state), "04250")
             << state;

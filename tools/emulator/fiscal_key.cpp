@@ -29,8 +29,9 @@ char CheckDigit(std::string_view digits) {
 }
 
 bool IsTaxpayer(std::string_view cnpj) {
-    return IsDigits(cnpj, 14) && cnpj[12] == CheckDigit(cnpj.substr(0, 12)) &&
-           cnpj[13] == CheckDigit(cnpj.substr(0, 13));
+    // One digit fourteen times may have the right check digits, and is a number that nobody has.
+    return IsDigits(cnpj, 14) && cnpj.find_first_not_of(cnpj[0]) != cnpj.npos &&
+           cnpj[12] == CheckDigit(cnpj.substr(0, 12)) && cnpj[13] == CheckDigit(cnpj.substr(0, 13));
 }
 
 bool IsPerson(std::string_view cpf) {

@@ -17,7 +17,7 @@ std::string Padded(long long value, int width);
 /** Modulo 11 with weights 2 to 9 from the right; 10 and 11 give '0'. The text must be digits. */
 char CheckDigit(std::string_view digits);
 
-/** True for fourteen digits of which the last two are right. */
+/** True for fourteen digits, not all the same, of which the last two are right. */
 bool IsTaxpayer(std::string_view cnpj);
 
 /** True for eleven digits, a CPF, of which the last two are right. */
