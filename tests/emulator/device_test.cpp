@@ -111,6 +111,16 @@ TEST_F(DeviceTest, CancellationIsRefused) {
     EXPECT_EQ(Cancel(key)[1], "07000");
 }
 
+TEST_F(DeviceTest, ASaleFromTheFutureIsNotCancelled) {
+    const std::string key = Sell()[8];
+    now -= std::chrono::seconds(1);
+    const auto reply = Cancel(key);
+    EXPECT_EQ(reply[1], "07002");
+    EXPECT_EQ(reply[3], "Cupom invalido: venda posterior ao relogio do equipamento");
+    now += std::chrono::seconds(1);
+    EXPECT_EQ(Cancel(key)[1], "07000");
+}
+
 TEST_F(DeviceTest, EndToEndTest) {
     const auto reply = Ask(std::string("TesteFimAFim|000001|12345678|") + DEMO_SALE);
     ASSERT_EQ(reply.size(), 9U);

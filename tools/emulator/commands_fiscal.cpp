@@ -94,6 +94,10 @@ Result CancelSale(Device& device, const Request& request) {
     if (request.now - sale.issued > CANCELLATION_LIMIT) {
         return {.ending = RECEIPT_INVALID, .reason = "prazo de 30 minutos vencido"};
     }
+    // A clock that was set back must not prolong the time.
+    if (request.now < sale.issued) {
+        return {.ending = RECEIPT_INVALID, .reason = "venda posterior ao relogio do equipamento"};
+    }
     if (cancellation.size() > LONGEST_SALE) return Rejected("tamanho excedido");
     const Issue issue = NextIssue(device, request.now);
     Receipt receipt;
