@@ -49,7 +49,7 @@ struct StateTest : DeviceTest {
         device.last_key = std::string(44, '8');
         device.last_issued = MORNING + std::chrono::seconds(5);
         device.last_fiscal_reply = "000009|06000|ação\n";
-        device.sessions = {{"000008", "reply 8", false}, {"000009", "reply 9", true}};
+        device.sessions = {{"000008", "reply 8"}, {"000009", "reply 9"}};
         device.journal = {"line 1", "line 2"};
     }
 };
@@ -106,8 +106,6 @@ TEST_F(StateTest, EveryFieldComesBack) {
     ASSERT_EQ(again.sessions.size(), 2U);
     EXPECT_EQ(again.sessions[0].number, "000008");
     EXPECT_EQ(again.sessions[1].reply, "reply 9");
-    EXPECT_FALSE(again.sessions[0].receipt);
-    EXPECT_TRUE(again.sessions[1].receipt);
     EXPECT_THAT(again.journal, testing::ElementsAre("line 1", "line 2"));
     EXPECT_EQ(StateText(again), StateText(device));
 }
@@ -127,7 +125,6 @@ TEST_F(StateTest, ASaleIsCancelledAfterARestart) {
     device = NewDevice({}, 2);
     ASSERT_EQ(ReadState(state, &device), "");
     EXPECT_EQ(CodeOf("ConsultarNumeroSessao|000900|12345678|000001"), "06000");
-    EXPECT_EQ(CodeOf("EnviarDadosVenda|000001|12345678|x"), "06097") << "the number is still the sale's";
     EXPECT_EQ(Cancel(key)[1], "07000");
     EXPECT_EQ(Sell()[8].substr(34, 6), "000003");
 }

@@ -29,7 +29,6 @@ struct Result {
     int ending = DONE;                   ///< the last three digits of the return code
     std::string reason = {};             ///< follows the catalogue's message; empty for none
     std::vector<std::string> tail = {};  ///< fields behind mensagemSEFAZ
-    bool receipt = false;                ///< a receipt was issued
     std::string alert = "0000";          ///< field CCCC, for the commands that have it
     std::string replay = {};  ///< a stored reply to send in place of everything above; empty for none
 };

@@ -55,8 +55,7 @@ bool IsLinkedTo(const Device& device, const Receipt& receipt) {
 // arquivoCFeBase64|timeStamp|chaveConsulta|valorTotalCFe|CPFCNPJValue|assinaturaQRCODE
 Result Issued(const Issue& issue, const Receipt& receipt) {
     return {.tail = {ToBase64(receipt.xml), TimeStamp(issue.now), "CFe" + receipt.key, receipt.total,
-                     receipt.buyer, issue.proof},
-            .receipt = true};
+                     receipt.buyer, issue.proof}};
 }
 
 Result Rejected(const std::string& reason) {

@@ -42,18 +42,11 @@ std::string Compose(const std::string& session, int code, bool with_alert, const
     return reply;
 }
 
-// A session under which a receipt was issued belongs to that receipt: a second use would sell twice, or cover
-// up the reply that a caller may still have to ask for. Questions about sessions are free.
-bool IsTaken(const Device& device, const CommandRow& row, const std::string& session) {
-    return row.stored &&
-           std::any_of(device.sessions.begin(), device.sessions.end(),
-                       [&](const Session& used) { return used.receipt && used.number == session; });
-}
-
-Result RefusedSession(const CommandRow& row, const std::string& reason) {
+Result RefusedSession(const CommandRow& row) {
     // One command has no code of its own for a bad session.
     const bool known = IsCatalogued(row.prefix * 1000 + BAD_SESSION);
-    return {.ending = known ? BAD_SESSION : UNKNOWN_ERROR, .reason = known ? "" : reason};
+    return {.ending = known ? BAD_SESSION : UNKNOWN_ERROR,
+            .reason = known ? "" : "numero de sessao invalido"};
 }
 
 // The condition in which the device refuses the command; OPEN when there is none. `code` tells whether the
@@ -90,8 +83,7 @@ bool CarriesCode(Device& device, const CommandRow& row, const Request& request) 
 }
 
 Result Run(Device& device, const CommandRow& row, const Request& request) {
-    if (!IsSession(request.session)) return RefusedSession(row, "numero de sessao invalido");
-    if (IsTaken(device, row, request.session)) return RefusedSession(row, "numero de sessao ja usado");
+    if (!IsSession(request.session)) return RefusedSession(row);
     const bool was_locked = IsLocked(device);
     const bool code = CarriesCode(device, row, request);
     const Result refusal = Refusal(device, row, code);
@@ -108,6 +100,7 @@ Result Run(Device& device, const CommandRow& row, const Request& request) {
     }
 }
 
+// A number that is used again stands for its newest reply.
 void Store(Device& device, const Session& session) {
     std::erase_if(device.sessions, [&](const Session& old) { return old.number == session.number; });
     device.sessions.push_back(session);
@@ -174,8 +167,7 @@ std::string Answer(Device& device, std::string_view command, LocalTime now) {
     std::string reply = result.replay;
     if (reply.empty()) reply = Compose(session, code, row->alert, result, NoticeOf(device, now));
     Note(device, row->name, code, now);
-    const bool usable = IsSession(session) && !IsTaken(device, *row, session);
-    if (row->stored && usable) Store(device, {session, reply, result.receipt});
+    if (row->stored && IsSession(session)) Store(device, {session, reply});
     // A caller without all fields, the code, or a session, has not reached the fiscal part.
     const bool reached = complete && result.ending != BAD_SESSION && result.ending != WRONG_CODE;
     if (row->fiscal && reached) device.last_fiscal_reply = reply;

@@ -34,7 +34,6 @@ struct DeviceSettings {
 struct Session {
     std::string number;
     std::string reply;
-    bool receipt = false;  ///< a receipt was issued under the number, which belongs to it from then on
 };
 
 struct Device {

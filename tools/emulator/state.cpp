@@ -155,7 +155,7 @@ std::optional<Receipt> SaleOf(const Json& object) {
 Json SessionsJson(const std::deque<Session>& sessions) {
     Json list = Json::array();
     for (const Session& session : sessions) {
-        list.push_back({{"number", session.number}, {"reply", session.reply}, {"receipt", session.receipt}});
+        list.push_back({{"number", session.number}, {"reply", session.reply}});
     }
     return list;
 }
@@ -164,8 +164,7 @@ std::deque<Session> SessionsOf(const Json& list) {
     Demand(list.is_array(), "sessions");
     std::deque<Session> sessions;
     for (const Json& object : list) {
-        sessions.push_back(
-            {DigitsOf(object, "number", 6), ReplyOf(object, "reply"), object.at("receipt").get<bool>()});
+        sessions.push_back({DigitsOf(object, "number", 6), ReplyOf(object, "reply")});
     }
     return sessions;
 }
