@@ -38,9 +38,24 @@ TEST_F(SessionTest, MemoryOfSessionsIsBounded) {
     for (int session = 1; session <= 300; ++session) {
         Ask("ConsultarSAT|" + Padded(session, 6));
     }
-    EXPECT_EQ(device.sessions.size(), 200U);
-    EXPECT_EQ(Ask("ConsultarNumeroSessao|000001|12345678|000100")[1], "11003");
-    EXPECT_EQ(Ask("ConsultarNumeroSessao|000001|12345678|000101")[1], "08000");
+    EXPECT_EQ(device.sessions.size(), 100U);
+    EXPECT_EQ(Ask("ConsultarNumeroSessao|000001|12345678|000200")[1], "11003");
+    EXPECT_EQ(Ask("ConsultarNumeroSessao|000001|12345678|000201")[1], "08000");
+}
+
+TEST_F(SessionTest, LargeRepliesPushTheOldestOut) {
+    const std::string sale = Replaced(DEMO_SALE, "CAFE TORRADO", std::string(1000000, 'x'));
+    for (int session = 1; session <= 8; ++session) {
+        ASSERT_EQ(CodeOf("EnviarDadosVenda|" + Padded(session, 6) + "|12345678|" + sale), "06000");
+    }
+    size_t bytes = 0;
+    for (const Session& kept : device.sessions) {
+        bytes += kept.reply.size();
+    }
+    EXPECT_LE(bytes, size_t{8} * 1024 * 1024);
+    EXPECT_GE(device.sessions.size(), 5U);
+    EXPECT_EQ(device.sessions.back().number, "000008");
+    EXPECT_EQ(CodeOf("ConsultarNumeroSessao|000009|12345678|000001"), "11003");
 }
 
 TEST_F(SessionTest, SessionsHaveSixDigits) {

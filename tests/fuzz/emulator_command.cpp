@@ -126,6 +126,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         }
         ExpectEqual("the frame of the reply", emulator::BuildFrame(reply).size(), reply.size() + 3);
     }
-    Expect(device.sessions.size() <= 200 && device.journal.size() <= 1000, "what is kept is bounded");
+    Expect(device.sessions.size() <= 100 && device.journal.size() <= 1000, "what is kept is bounded");
     return 0;
 }

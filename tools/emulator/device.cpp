@@ -13,9 +13,10 @@ namespace emulator {
 
 namespace {
 
-// What a device keeps is bounded, however long it runs and whatever it is sent.
-constexpr size_t MOST_SESSIONS = 200;
-constexpr size_t MOST_SESSION_BYTES = size_t{32} * 1024 * 1024;
+// What a device keeps is bounded, however long it runs and whatever it is sent: all of it is written to the
+// state file with every command.
+constexpr size_t MOST_SESSIONS = 100;
+constexpr size_t MOST_SESSION_BYTES = size_t{8} * 1024 * 1024;
 constexpr size_t MOST_JOURNAL_LINES = 1000;
 
 // Six digits; a negative session arrives as a sign and five.
