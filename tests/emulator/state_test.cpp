@@ -168,6 +168,8 @@ TEST_F(StateTest, AValueThatNoDeviceHasIsAnErrorThatNamesTheKey) {
     } rows[] = {
         {"/format", 2, "format"},
         {"/settings/activation_code", "", "activation_code"},
+        {"/settings/activation_code", "a b", "activation_code"},
+        {"/settings/emergency_code", "a|b", "emergency_code"},
         {"/settings/serial", "12", "serial"},
         {"/settings/taxpayer", "11222333000182", "taxpayer"},
         {"/settings/software", "1", "software"},

@@ -143,6 +143,12 @@ std::vector<std::string> StartNames() {
     return names;
 }
 
+// What is wrong with a code; a state file takes the same ones.
+std::string CheckCodeOption(const std::string& code) {
+    return IsUsableCode(code) ? std::string()
+                              : "codigo invalido: esperado 1 a 32 caracteres sem espacos e sem |";
+}
+
 void Describe(CLI::App& app, Options& options) {
     app.set_help_flag("-h,--help", "Mostra esta ajuda")->group("Saida");
     app.get_formatter()->label("Usage", "Uso");
@@ -164,8 +170,10 @@ void Describe(CLI::App& app, Options& options) {
         });
     app.option_defaults()->group("Equipamento");
     app.add_option("--activation-code", options.device.activation_code, "Codigo de ativacao")
+        ->check(CheckCodeOption)
         ->capture_default_str();
     app.add_option("--emergency-code", options.device.emergency_code, "Codigo de ativacao de emergencia")
+        ->check(CheckCodeOption)
         ->capture_default_str();
     app.add_option("--cnpj", options.device.taxpayer,
                    "CNPJ do contribuinte, 14 digitos; sem ele, qualquer CNPJ valido e aceito")

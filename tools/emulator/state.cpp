@@ -57,7 +57,7 @@ std::string TaxpayerOf(const Json& object, const char* key) {
 
 std::string CodeOf(const Json& object, const char* key) {
     std::string text = object.at(key).get<std::string>();
-    Demand(!text.empty() && text.find('|') == text.npos, key);
+    Demand(IsUsableCode(text), key);
     return text;
 }
 

@@ -77,6 +77,12 @@ class Program(unittest.TestCase):
         self.assertEqual(emulator.ask("EnviarDadosVenda|000001|12345678|x")[1], "06010")
         self.assertIn("--start-as", self.refuse("--start-as", "sold"))
 
+    def test_codes_follow_the_rule_of_the_state(self):
+        for option in ("--activation-code", "--emergency-code"):
+            for code in ("", "a b", "a|b", "x" * 33, "\u00e9"):
+                with self.subTest(option=option, code=code):
+                    self.assertIn("codigo invalido", self.refuse(option, code))
+
     def test_remembers_after_a_kill(self):
         emulator = self.start("--state", self.state)
         self.assertEqual(emulator.ask("BloquearSAT|000001|12345678")[1], "16000")
