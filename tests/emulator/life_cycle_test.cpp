@@ -49,7 +49,8 @@ const struct {
     {"TesteFimAFim|000001|12345678|<CFe/>", "09099", "09002", "09099"},
     {"ConsultarStatusOperacional|000001|12345678", "10000", "10000", "10000"},
     {"ConsultarNumeroSessao|000001|12345678|000009", "11003", "11002", "11003"},
-    {"ConfigurarInterfaceDeRede|000001|12345678|<config/>", "12000", "12000", "12000"},
+    {"ConfigurarInterfaceDeRede|000001|12345678|<config><proxy>0</proxy></config>", "12000", "12000",
+     "12000"},
     {"AssociarAssinatura|000001|12345678|4455566600018111222333000181|c2ln", "13000", "13099", "13099"},
     {"AtualizarSoftwareSAT|000001|12345678", "14000", "14000", "14003"},
     {"ExtrairLogs|000001|12345678", "15000", "15000", "15000"},
@@ -86,9 +87,9 @@ TEST_F(LifeCycleTest, WrongCodesAreToldByEveryCommandThatCarriesOne) {
 
 TEST_F(LifeCycleTest, ADeviceWithoutACodeTellsItsStatusToAnybody) {
     StartAs("new");
-    for (const char* command :
-         {"ConsultarStatusOperacional|000001|any", "ConfigurarInterfaceDeRede|000001|any|<config/>",
-          "AtualizarSoftwareSAT|000001|any", "ExtrairLogs|000001|any"}) {
+    for (const char* command : {"ConsultarStatusOperacional|000001|any",
+                                "ConfigurarInterfaceDeRede|000001|any|<config><proxy>0</proxy></config>",
+                                "AtualizarSoftwareSAT|000001|any", "ExtrairLogs|000001|any"}) {
         EXPECT_EQ(CodeOf(command).substr(2), "000") << command;
     }
 }

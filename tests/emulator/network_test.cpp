@@ -18,6 +18,23 @@ TEST_F(NetworkTest, EverySettingComesBackInTheStatus) {
                                            "8.8.8.8", "9.9.9.9"));
 }
 
+TEST_F(NetworkTest, FixedAddressesEndWithIpfix) {
+    const auto before = Ask("ConsultarStatusOperacional|000001|12345678");
+    EXPECT_EQ(
+        CodeOf(
+            "ConfigurarInterfaceDeRede|000002|12345678|<config><tipoLan>IPFIX</tipoLan><lanIP>10.0.0.2</lanIP>"
+            "<lanMask>255.0.0.0</lanMask><lanGW>10.0.0.1</lanGW><lanDNS1>8.8.8.8</lanDNS1></config>"),
+        "12000");
+    EXPECT_EQ(Ask("ConsultarStatusOperacional|000003|12345678")[7], "10.0.0.2");
+    EXPECT_EQ(
+        CodeOf(
+            "ConfigurarInterfaceDeRede|000004|12345678|<config><tipoLan>DHCP</tipoLan><lanIP>10.0.0.3</lanIP></config>"),
+        "12000");
+    const auto after = Ask("ConsultarStatusOperacional|000001|12345678");
+    EXPECT_EQ(std::vector<std::string>(after.begin() + 6, after.begin() + 13),
+              std::vector<std::string>(before.begin() + 6, before.begin() + 13));
+}
+
 TEST_F(NetworkTest, WrongSettingsAreNamedAndChangeNothing) {
     const struct {
         const char* settings;
@@ -25,6 +42,7 @@ TEST_F(NetworkTest, WrongSettingsAreNamedAndChangeNothing) {
     } rows[] = {
         {"", "XML malformado"},
         {"<other/>", "config ausente"},
+        {"<config></config>", "config: esperado ao menos uma configuracao, encontrado vazio"},
         {"<config><tipoLan>DHCP</tipoLan><tipoLan>IPFIX</tipoLan></config>", "tipoLan repetido"},
         {"<config><tipoLan>fixo</tipoLan></config>",
          "tipoLan: esperado DHCP ou PPPoE ou IPFIX, encontrado fixo"},

@@ -13,7 +13,8 @@ namespace emulator {
 
 namespace {
 
-constexpr std::string_view LAN_KINDS[] = {"DHCP", "PPPoE", "IPFIX"};
+constexpr std::string_view FIXED = "IPFIX";
+constexpr std::string_view LAN_KINDS[] = {"DHCP", "PPPoE", FIXED};
 constexpr std::string_view INTERFACES[] = {"ETHE", "WIFI"};
 constexpr std::string_view ENCRYPTIONS[] = {"NONE", "WEP", "WPA-PERSONAL", "WPA-ENTERPRISE"};
 constexpr std::string_view PROXIES[] = {"0", "1", "2"};
@@ -36,8 +37,8 @@ constexpr struct {
     const char* name;
     std::string_view value;
     const char* needed;
-} NEEDS[] = {{"tipoLan", "IPFIX", "lanIP"},   {"tipoLan", "IPFIX", "lanMask"}, {"tipoLan", "IPFIX", "lanGW"},
-             {"tipoLan", "PPPoE", "usuario"}, {"tipoLan", "PPPoE", "senha"},   {"tipoInter", "WIFI", "SSID"}};
+} NEEDS[] = {{"tipoLan", FIXED, "lanIP"},     {"tipoLan", FIXED, "lanMask"}, {"tipoLan", FIXED, "lanGW"},
+             {"tipoLan", "PPPoE", "usuario"}, {"tipoLan", "PPPoE", "senha"}, {"tipoInter", "WIFI", "SSID"}};
 
 bool IsAmong(std::string_view text, std::span<const std::string_view> choices) {
     return std::find(choices.begin(), choices.end(), text) != choices.end();
@@ -62,6 +63,16 @@ std::string ReadSetting(const Element* settings, const Setting& setting, Network
     return {};
 }
 
+// Fixed addresses are for IPFIX; otherwise the network gives its own.
+Network Effective(Network network) {
+    const Network given;
+    if (network.kind == FIXED) return network;
+    network.address = given.address;
+    network.mask = given.mask;
+    network.gateway = given.gateway;
+    return network;
+}
+
 }  // namespace
 
 std::string ReadNetwork(std::string_view text, Network* network) {
@@ -72,7 +83,9 @@ std::string ReadNetwork(std::string_view text, Network* network) {
     if (NameOf(settings) != "config") return Missing("config");
     problem = CheckLayout(settings, "");
     if (!problem.empty()) return problem;
-    Network fresh = *network;
+    const std::string kind = ChildText(settings, "tipoLan");
+    // With the fixed addresses go the name servers that stood beside them.
+    Network fresh = kind.empty() || kind == FIXED ? *network : Network{};
     for (const Setting& setting : SETTINGS) {
         problem = ReadSetting(settings, setting, &fresh);
         if (!problem.empty()) return problem;
@@ -82,7 +95,8 @@ std::string ReadNetwork(std::string_view text, Network* network) {
             return Missing(need.needed);
         }
     }
-    *network = fresh;
+    if (FirstElement(settings) == nullptr) return Wrong("config", "ao menos uma configuracao", "");
+    *network = Effective(fresh);
     return {};
 }
 

@@ -18,7 +18,8 @@ struct Network {
 };
 
 /**
- * Takes the settings from an XML text with the root "config". What the text does not name stays as it is.
+ * Takes the settings from an XML text with the root "config". What the text does not name
+ * stays as it is, but without IPFIX there are no fixed addresses.
  * Returns an empty text, or what is wrong; `network` is then unchanged.
  */
 std::string ReadNetwork(std::string_view text, Network* network);
