@@ -27,6 +27,7 @@ struct StateTest : DeviceTest {
     void Remove() const {
         std::remove(path.c_str());
         std::remove(TemporaryName(path).c_str());
+        std::remove(LockName(path).c_str());
     }
     void Write(const std::string& content) { ASSERT_TRUE(ReplaceWholeFile(path, content, &error)) << error; }
     std::string Read() { return ReadWholeFile(path, &error).value_or("(none)"); }
@@ -260,6 +261,20 @@ TEST_F(StateTest, AFileThatCannotBeWrittenOrReadIsAnError) {
     device.settings.activation_code = "\xff";
     EXPECT_THAT(SaveState(path, device), HasSubstr("nao pode ser gravado: "));
     EXPECT_EQ(Read(), "(none)");
+}
+
+TEST_F(StateTest, AFileBelongsToOneProgram) {
+    auto held = HoldState(path, &error);
+    ASSERT_NE(held, nullptr) << error;
+    EXPECT_EQ(LoadOrCreateState(path, &device), "");
+    EXPECT_EQ(HoldState(path, &error), nullptr);
+    EXPECT_EQ(error, "o estado em " + path + " nao pode ser reservado: esta em uso por outro sat-emulator");
+    held.reset();
+    EXPECT_NE(HoldState(path, &error), nullptr) << error;
+    const std::string nowhere = path + "-none/state.json";
+    EXPECT_EQ(HoldState(nowhere, &error), nullptr);
+    EXPECT_THAT(error, HasSubstr("o estado em " + nowhere + " nao pode ser reservado: "));
+    EXPECT_THAT(error, testing::Not(HasSubstr("outro sat-emulator")));
 }
 
 TEST_F(StateTest, EveryChangeIsKeptBeforeItsReply) {

@@ -24,6 +24,10 @@ std::optional<std::string> ReadWholeFile(const std::string& path, std::string* e
     return broken ? std::nullopt : std::optional(content);
 }
 
+std::string LockName(const std::string& path) {
+    return path + ".lock";
+}
+
 std::string TemporaryName(const std::string& path) {
     return path + ".tmp";
 }

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -17,6 +18,16 @@ std::optional<std::string> ReadWholeFile(const std::string& path, std::string* e
  * and `error` says why, when any step fails; the old content is then still there.
  */
 bool ReplaceWholeFile(const std::string& path, const std::string& content, std::string* error);
+
+/**
+ * Keeps a file to this program, by a lock on PATH.lock beside it, for as long as what is returned lives. The
+ * system drops the lock with the program, however that ends. NULL when another one has it, or when `error`,
+ * empty otherwise, says that there can be none.
+ */
+std::shared_ptr<void> HoldFile(const std::string& path, std::string* error);
+
+/** The file on which the lock is. Where the system leaves it behind it is empty and does no harm. */
+std::string LockName(const std::string& path);
 
 /** The name under which the new content is written before it takes the file's place. */
 std::string TemporaryName(const std::string& path);

@@ -212,7 +212,9 @@ int Run(int argc, char** argv) {
         return 1;
     }
     Device device = NewDevice(options.device, std::random_device()(), options.start_as);
-    if (!options.state.empty()) error = LoadOrCreateState(options.state, &device);
+    std::shared_ptr<void> held;
+    if (!options.state.empty()) held = HoldState(options.state, &error);
+    if (held != nullptr) error = LoadOrCreateState(options.state, &device);
     if (!error.empty()) {
         ReportError(options.reporter, error);
         return 1;

@@ -234,6 +234,15 @@ std::string ReadState(std::string_view text, Device* device) {
     }
 }
 
+std::shared_ptr<void> HoldState(const std::string& path, std::string* error) {
+    std::shared_ptr<void> held = HoldFile(path, error);
+    if (held == nullptr) {
+        *error = "o estado em " + path + " nao pode ser reservado: " +
+                 (error->empty() ? "esta em uso por outro sat-emulator" : *error);
+    }
+    return held;
+}
+
 std::string LoadOrCreateState(const std::string& path, Device* device) {
     std::string error;
     const std::optional<std::string> text = ReadWholeFile(path, &error);

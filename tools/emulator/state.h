@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -19,6 +20,12 @@ std::string StateText(const Device& device);
  * wrong with the state; `device` is then unchanged.
  */
 std::string ReadState(std::string_view text, Device* device);
+
+/**
+ * Keeps a state file to this program for as long as what is returned lives. NULL, and `error` says why, when
+ * another one has it.
+ */
+std::shared_ptr<void> HoldState(const std::string& path, std::string* error);
 
 /**
  * Takes the state from a file, or makes the file when there is none. Returns an empty text, or what stands in

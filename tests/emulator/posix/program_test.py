@@ -93,6 +93,14 @@ class Program(unittest.TestCase):
         self.assertEqual((status[1], status[27]), ("10000", "2"))
         self.assertEqual(emulator.ask("ConsultarNumeroSessao|000004|abcd1234|000001")[1], "16000")
 
+    def test_a_state_belongs_to_one_program(self):
+        emulator = self.start("--state", self.state)
+        self.assertEqual(emulator.ask("BloquearSAT|000001|12345678")[1], "16000")
+        self.assertIn("esta em uso por outro sat-emulator", self.refuse("--state", self.state))
+        emulator.kill()
+        emulator = self.start("--state", self.state)
+        self.assertEqual(emulator.ask("ConsultarStatusOperacional|000002|12345678")[27], "2")
+
     def test_a_state_that_is_none_is_left_alone(self):
         with open(self.state, "w") as file:
             file.write('{"format": 1, ')
@@ -100,7 +108,9 @@ class Program(unittest.TestCase):
         self.assertIn(f"o estado em {self.state} nao e valido", message)
         with open(self.state) as file:
             self.assertEqual(file.read(), '{"format": 1, ')
-        self.assertIn("nao pode ser lido", self.refuse("--state", os.path.dirname(self.state)))
+        folder = self.state + ".folder"
+        os.mkdir(folder)
+        self.assertIn("nao pode ser lido", self.refuse("--state", folder))
 
     def test_what_cannot_be_kept_has_not_happened(self):
         emulator = self.start("--state", self.state)

@@ -1,6 +1,7 @@
 #include "../file_store.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -55,6 +56,25 @@ bool ReplaceWholeFile(const std::string& path, const std::string& content, std::
     }
     SyncFolder(path);
     return true;
+}
+
+std::shared_ptr<void> HoldFile(const std::string& path, std::string* error) {
+    error->clear();
+    const int descriptor = open(LockName(path).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (descriptor < 0) {
+        *error = std::strerror(errno);
+        return nullptr;
+    }
+    if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK) *error = std::strerror(errno);
+        close(descriptor);
+        return nullptr;
+    }
+    // The file stays: whoever removed it could take it from under one who has just opened it.
+    return {new int(descriptor), [](const int* held) {
+                close(*held);
+                delete held;
+            }};
 }
 
 }  // namespace emulator

@@ -53,4 +53,14 @@ bool ReplaceWholeFile(const std::string& path, const std::string& content, std::
     return false;
 }
 
+std::shared_ptr<void> HoldFile(const std::string& path, std::string* error) {
+    error->clear();
+    // Opened without sharing, nobody else can open it.
+    const HANDLE file = CreateFileA(LockName(path).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    if (file != INVALID_HANDLE_VALUE) return {file, CloseHandle};
+    if (GetLastError() != ERROR_SHARING_VIOLATION) *error = LastErrorText();
+    return nullptr;
+}
+
 }  // namespace emulator
