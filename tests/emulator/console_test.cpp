@@ -31,7 +31,11 @@ namespace {
 struct ConsoleTest : testing::Test {
     FaultPlan plan;
     StopFlag stop = false;
-    Console console{.plan = plan, .reporter = {}, .stop = stop};
+    std::string moved;
+    Console console{.plan = plan, .reporter = {}, .stop = stop, .move = [this](std::string_view where) {
+                        moved = where;
+                        return std::string(where == "nowhere" ? "nao existe" : "");
+                    }};
     std::string answer;
 
     bool Run(std::string_view line) { return RunConsoleLine(console, line, &answer); }
@@ -66,10 +70,18 @@ TEST_F(ConsoleTest, Clear) {
     EXPECT_EQ(Next(), "ok");
 }
 
+TEST_F(ConsoleTest, StateMovesTheDevice) {
+    EXPECT_TRUE(Run("state  blocked "));
+    EXPECT_EQ(moved, "blocked");
+    EXPECT_EQ(answer, "equipamento: blocked");
+    EXPECT_FALSE(Run("state nowhere"));
+    EXPECT_EQ(answer, "nao existe");
+}
+
 TEST_F(ConsoleTest, HelpTeachesCommandsAndFaults) {
     EXPECT_TRUE(Run("help"));
     EXPECT_THAT(answer, AllOf(HasSubstr("fault FALHA"), HasSubstr("random P"), HasSubstr("clear "),
-                              HasSubstr("quit "), HasSubstr(FaultHelp())));
+                              HasSubstr("state ONDE"), HasSubstr("quit "), HasSubstr(FaultHelp())));
 }
 
 TEST_F(ConsoleTest, Quit) {
@@ -82,7 +94,8 @@ TEST_F(ConsoleTest, Quit) {
 
 TEST_F(ConsoleTest, AWrongLineIsExplained) {
     EXPECT_FALSE(Run("fautl nak"));
-    EXPECT_THAT(answer, AllOf(HasSubstr("\"fautl\""), HasSubstr("fault, random, clear, help ou quit")));
+    EXPECT_THAT(answer,
+                AllOf(HasSubstr("\"fautl\""), HasSubstr("fault, random, clear, state, help ou quit")));
     EXPECT_FALSE(Run("fault zap"));
     EXPECT_THAT(answer, HasSubstr("\"zap\""));
     EXPECT_FALSE(Run("fault"));

@@ -85,6 +85,33 @@ TEST_F(LifeCycleTest, WrongCodesAreToldByEveryCommandThatCarriesOne) {
     EXPECT_EQ(Ask("EnviarDadosVenda|000001|wrong|<CFe/>").size(), 6U);
 }
 
+TEST_F(LifeCycleTest, ARunningDeviceIsMovedToWhereOneCanStart) {
+    const struct {
+        const char* where;
+        const char* sale;
+    } rows[] = {{"new", "06002"},     {"activated", "06003"},   {"blocked", "06006"}, {"unblocked", "06000"},
+                {"blocked", "06006"}, {"deactivated", "06007"}, {"linked", "06000"}};
+    for (const auto& row : rows) {
+        EXPECT_TRUE(MoveDevice(device, row.where));
+        EXPECT_EQ(Sell()[1], row.sale) << row.where;
+    }
+    EXPECT_EQ(device.documents, 2);
+    EXPECT_FALSE(MoveDevice(device, "sold"));
+    EXPECT_FALSE(MoveDevice(device, ""));
+    EXPECT_EQ(Sell()[1], "06000");
+}
+
+TEST_F(LifeCycleTest, AMoveEndsTheLockOfWrongCodesAndTheLink) {
+    device.wrong_codes = MOST_WRONG_CODES;
+    device.link = {"44555666000181", "11222333000181", "eA=="};
+    EXPECT_TRUE(MoveDevice(device, "linked"));
+    EXPECT_EQ(device.wrong_codes, 0);
+    EXPECT_EQ(Sell()[1], "06004") << "still linked to the same application";
+    EXPECT_TRUE(MoveDevice(device, "activated"));
+    EXPECT_TRUE(MoveDevice(device, "linked"));
+    EXPECT_EQ(Sell()[1], "06000");
+}
+
 TEST_F(LifeCycleTest, ADeviceWithoutACodeTellsItsStatusToAnybody) {
     StartAs("new");
     for (const char* command : {"ConsultarStatusOperacional|000001|any",

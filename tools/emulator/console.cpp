@@ -16,6 +16,8 @@ constexpr char HELP[] =
     "  fault FALHA[+FALHA...]    para o proximo comando que ainda nao tem nenhuma\n"
     "  random P[,FALHA...]       ao acaso, com probabilidade P de 0 a 1\n"
     "  clear                     esquece tudo o que foi armado\n"
+    "  state ONDE                leva o equipamento a new, activated, linked, blocked, unblocked ou\n"
+    "                            deactivated; o que ele vendeu fica\n"
     "  help                      isto\n"
     "  quit                      termina\n";
 
@@ -49,6 +51,12 @@ bool RunClear(Console& console, std::string_view, std::string* answer) {
     return true;
 }
 
+bool RunState(Console& console, std::string_view text, std::string* answer) {
+    const std::string problem = console.move(text);
+    *answer = problem.empty() ? "equipamento: " + std::string(text) : problem;
+    return problem.empty();
+}
+
 bool RunHelp(Console&, std::string_view, std::string* answer) {
     *answer = HELP + FaultHelp();
     return true;
@@ -66,11 +74,9 @@ struct Command {
     bool (*run)(Console& console, std::string_view text, std::string* answer);
 };
 
-constexpr Command COMMANDS[] = {{"fault", true, RunFault},
-                                {"random", true, RunRandom},
-                                {"clear", false, RunClear},
-                                {"help", false, RunHelp},
-                                {"quit", false, RunQuit}};
+constexpr Command COMMANDS[] = {{"fault", true, RunFault},  {"random", true, RunRandom},
+                                {"clear", false, RunClear}, {"state", true, RunState},
+                                {"help", false, RunHelp},   {"quit", false, RunQuit}};
 
 void Handle(Console& console, const std::string& line) {
     if (Trimmed(line).empty()) return;
@@ -93,7 +99,7 @@ bool RunConsoleLine(Console& console, std::string_view line, std::string* answer
     const auto command = std::ranges::find(COMMANDS, line.substr(0, end), &Command::name);
     if (command == std::end(COMMANDS)) {
         *answer = "comando \"" + std::string(line.substr(0, end)) +
-                  "\" desconhecido: esperado fault, random, clear, help ou quit";
+                  "\" desconhecido: esperado fault, random, clear, state, help ou quit";
         return false;
     }
     if (!command->takes_text && !text.empty()) {

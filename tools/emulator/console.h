@@ -3,18 +3,24 @@
  */
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "fault_plan.h"
 #include "report.h"
 
 namespace emulator {
 
+/** Moves the running device, as MoveDevice does, and has it kept. An empty text, or why it could not. */
+using MoveFunction = std::function<std::string(std::string_view where)>;
+
 /** What the commands work on. */
 struct Console {
     FaultPlan& plan;
     Reporter reporter;
     StopFlag& stop;
+    MoveFunction move = {};
     bool quit = false;  ///< the program is to stop once the command is answered
 };
 

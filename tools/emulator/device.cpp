@@ -127,13 +127,24 @@ Device NewDevice(const DeviceSettings& settings, unsigned seed, std::string_view
     Device device;
     device.settings = settings;
     device.random.seed(seed);
-    for (const Start& row : STARTS) {
-        if (row.name != start) continue;
-        device.stage = row.stage;
-        device.blocked = row.blocked;
-        device.ready_made = row.stage == Stage::Linked && !row.blocked;
-    }
+    MoveDevice(device, start);
     return device;
+}
+
+bool MoveDevice(Device& device, std::string_view where) {
+    const auto start = std::ranges::find(STARTS, where, &Start::name);
+    if (start == STARTS.end() && where != UNBLOCKED) return false;
+    ++device.changes;
+    device.blocked = false;
+    if (start == STARTS.end()) return true;
+    device.stage = start->stage;
+    device.blocked = start->blocked;
+    device.ready_made = start->stage == Stage::Linked && !start->blocked;
+    device.certificate_awaited = false;
+    device.wrong_codes = 0;
+    // A device that no application is linked to yet must not remember one.
+    if (start->stage == Stage::New || start->stage == Stage::Activated) device.link = {};
+    return true;
 }
 
 std::vector<std::string> SplitFields(std::string_view text, size_t most) {

@@ -65,6 +65,12 @@ struct Device {
  */
 Device NewDevice(const DeviceSettings& settings, unsigned seed, std::string_view start = "linked");
 
+/**
+ * Puts a device where one of STARTS begins, or, for "unblocked", ends the taxpayer's block. What it has sold
+ * and its settings stay. False, and nothing changes, for any other word.
+ */
+bool MoveDevice(Device& device, std::string_view where);
+
 /** Takes the device's memory to where a stop cannot harm it. False when that failed. */
 using KeepFunction = std::function<bool(const Device& device)>;
 

@@ -35,6 +35,9 @@ constexpr std::array<Start, 5> STARTS = {{{"new", Stage::New, false},
                                           {"blocked", Stage::Linked, true},
                                           {"deactivated", Stage::Deactivated, false}}};
 
+/** Where a running device can be moved beside STARTS: out of the taxpayer's block. */
+constexpr std::string_view UNBLOCKED = "unblocked";
+
 /** The application that may sell: what AssociarAssinatura named. All empty lets any application sell. */
 struct Link {
     std::string application;  ///< CNPJ of its maker

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <ctime>
 #include <exception>
+#include <mutex>
 #include <random>
 #include <string>
 
@@ -95,23 +96,46 @@ PortOptions Replug(PortOptions place, const Fault& unplug) {
     return place;
 }
 
+// The device, which the line serves and the console may move meanwhile.
+struct Shared {
+    Device device;
+    std::mutex busy;
+};
+
+std::string Move(const Options& options, Shared& shared, std::string_view where) {
+    const std::lock_guard<std::mutex> lock(shared.busy);
+    const Device before = shared.device;
+    if (!MoveDevice(shared.device, where)) {
+        return "state " + std::string(where) +
+               ": esperado new, activated, linked, blocked, unblocked ou deactivated";
+    }
+    std::string problem;
+    if (!options.state.empty()) problem = SaveState(options.state, shared.device);
+    if (!problem.empty()) shared.device = before;
+    return problem;
+}
+
 // How the device answers: with a state file, not before the state is safe there.
-AnswerFunction AnswerOf(const Options& options, Device& device) {
+AnswerFunction AnswerOf(const Options& options, Shared& shared) {
     if (options.state.empty()) {
-        return [&device](const std::string& command) { return Answer(device, command, LocalNow()); };
+        return [&shared](const std::string& command) {
+            const std::lock_guard<std::mutex> lock(shared.busy);
+            return Answer(shared.device, command, LocalNow());
+        };
     }
     const KeepFunction keep = [&options](const Device& changed) {
         const std::string problem = SaveState(options.state, changed);
         if (!problem.empty()) ReportError(options.reporter, problem);
         return problem.empty();
     };
-    return [&device, keep](const std::string& command) {
-        return AnswerAndKeep(device, command, LocalNow(), keep);
+    return [&shared, keep](const std::string& command) {
+        const std::lock_guard<std::mutex> lock(shared.busy);
+        return AnswerAndKeep(shared.device, command, LocalNow(), keep);
     };
 }
 
-int Serve(const Options& options, Device& device, std::unique_ptr<Port> port) {
-    const AnswerFunction answer = AnswerOf(options, device);
+int Serve(const Options& options, Shared& shared, std::unique_ptr<Port> port) {
+    const AnswerFunction answer = AnswerOf(options, shared);
     PortOptions place = options.port;
     for (;;) {
         const std::string address = port->Address();
@@ -198,7 +222,8 @@ void Describe(CLI::App& app, Options& options) {
 }
 
 int Run(int argc, char** argv) {
-    Options options;
+    // Never destroyed, as the fault plan: the console's thread may look at both up to the program's very end.
+    Options& options = *new Options;
     CLI::App app("Um equipamento SAT emulado numa linha serial", "sat-emulator");
     Describe(app, options);
     CLI11_PARSE(app, argc, argv);
@@ -211,10 +236,11 @@ int Run(int argc, char** argv) {
         ReportError(options.reporter, error);
         return 1;
     }
-    Device device = NewDevice(options.device, std::random_device()(), options.start_as);
+    Shared& shared = *new Shared;
+    shared.device = NewDevice(options.device, std::random_device()(), options.start_as);
     std::shared_ptr<void> held;
     if (!options.state.empty()) held = HoldState(options.state, &error);
-    if (held != nullptr) error = LoadOrCreateState(options.state, &device);
+    if (held != nullptr) error = LoadOrCreateState(options.state, &shared.device);
     if (!error.empty()) {
         ReportError(options.reporter, error);
         return 1;
@@ -226,8 +252,12 @@ int Run(int argc, char** argv) {
     }
     ReportReady(options.reporter, port->Address(), options.port.link);
     if (options.faults.seed_is_ours) ReportSeed(options.reporter, options.faults.seed);
-    StartConsole({.plan = fault_plan, .reporter = options.reporter, .stop = stop_requested});
-    return Serve(options, device, std::move(port));
+    StartConsole(
+        {.plan = fault_plan,
+         .reporter = options.reporter,
+         .stop = stop_requested,
+         .move = [&options, &shared](std::string_view where) { return Move(options, shared, where); }});
+    return Serve(options, shared, std::move(port));
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ def frame(text):
 class Emulator:
     def __init__(self, *options):
         self.process = subprocess.Popen(
-            [PROGRAM, "--quiet", *options], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE
+            [PROGRAM, "--quiet", *options], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE
         )
         words = self.process.stdout.readline().split()
         if words[:1] != [b"pronto"]:
@@ -42,6 +42,12 @@ class Emulator:
             received += self.receive()
         os.write(self.line, ACK)
         return received[2:-2].decode().split("|")
+
+    def type(self, line, answered=True):
+        """A line on the standard input, and the one that answers it."""
+        self.process.stdin.write(line.encode() + b"\n")
+        self.process.stdin.flush()
+        return self.process.stdout.readline().decode().strip() if answered else None
 
     def kill(self):
         self.process.send_signal(signal.SIGKILL)
@@ -92,6 +98,23 @@ class Program(unittest.TestCase):
         status = emulator.ask("ConsultarStatusOperacional|000003|abcd1234")
         self.assertEqual((status[1], status[27]), ("10000", "2"))
         self.assertEqual(emulator.ask("ConsultarNumeroSessao|000004|abcd1234|000001")[1], "16000")
+
+    def test_is_moved_while_it_runs(self):
+        emulator = self.start("--state", self.state)
+        self.assertEqual(emulator.type("state blocked"), "equipamento: blocked")
+        self.assertEqual(emulator.ask("EnviarDadosVenda|000001|12345678|x")[1], "06006")
+        emulator.type("state deactivated")
+        emulator.kill()
+        emulator = self.start("--state", self.state)
+        self.assertEqual(emulator.ask("EnviarDadosVenda|000001|12345678|x")[1], "06007")
+        self.assertEqual(emulator.type("state linked"), "equipamento: linked")
+        os.mkdir(self.state + ".tmp")
+        emulator.type("state blocked", answered=False)
+        self.assertIn("nao pode ser gravado", emulator.process.stderr.readline().decode())
+        emulator.type("state sold", answered=False)
+        self.assertIn("unblocked ou deactivated", emulator.process.stderr.readline().decode())
+        os.rmdir(self.state + ".tmp")
+        self.assertEqual(emulator.ask("EnviarDadosVenda|000001|12345678|x")[1], "06010")
 
     def test_a_state_belongs_to_one_program(self):
         emulator = self.start("--state", self.state)
