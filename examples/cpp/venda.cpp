@@ -38,7 +38,7 @@ zantir::Reply Sell(zantir::Sat& sat, const std::string& code, const std::string&
         if (!error.DeviceMayHaveActed()) throw;
         std::cout << "Resposta perdida, consultando a sessao: " << error.what() << '\n';
     }
-    const zantir::Reply stored = WhenFree([&] {
+    zantir::Reply stored = WhenFree([&] {
         return ZANTIR_CALL_BY_NAME(sat, ConsultarNumeroSessao, zantir::NewSession(), code.c_str(), session);
     });
     if (stored.Code() != "11003") return stored;  // the device knows the session: this is its reply

@@ -28,7 +28,7 @@ int64_t LinkElapsedMs(const tLinkTime& start, const tLinkTime& later);
  * hour, twice what the largest frame needs at 115200 baud. The time-outs alone, which every byte restarts,
  * would let a device that trickles hold the caller for years.
  */
-constexpr int64_t LINK_TRANSFER_LIMIT_MS = 1800 * 1000;
+constexpr int64_t LINK_TRANSFER_LIMIT_MS = 1'800'000;
 
 /** Now, and what LinkElapsedMs makes of it. */
 tLinkTime LinkNow();
