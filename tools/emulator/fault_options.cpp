@@ -22,7 +22,8 @@ constexpr char EXAMPLES[] =
     "  nak:block=2\n"
     "  repeat 3            # mais tres vezes a linha de cima\n"
     "  repeat 10 busy\n"
-    "Com o programa rodando, linhas na entrada padrao: fault FALHA, random P[,FALHA...], clear, help, quit.\n";
+    "Com o programa rodando, linhas na entrada padrao: fault FALHA, random P[,FALHA...], clear,\n"
+    "state ONDE (como --start-as, e unblocked), help, quit.\n";
 
 std::string Problem(const std::string& text) {
     Faults faults;

@@ -36,7 +36,8 @@ std::string CheckLayout(const Element* group, const std::string& path) {
     for (const Element* element = FirstElement(group); element != nullptr; element = Next(element)) {
         const std::string name = NameOf(element);
         const int number = ++seen[name];
-        std::string where = path.empty() ? name : path + "/" + name;
+        std::string where = path;
+        where.append(path.empty() ? "" : "/").append(name);
         if (IsAmong(name, REPEATABLE)) {
             where += " " + std::to_string(number);
         } else if (number > 1) {

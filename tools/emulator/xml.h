@@ -8,8 +8,11 @@
 #include <string>
 #include <string_view>
 
+// The library's own names of its structures, whose header only the inside of this one needs.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 struct _xmlDoc;
 struct _xmlNode;
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 namespace emulator {
 
