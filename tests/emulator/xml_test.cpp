@@ -135,7 +135,8 @@ TEST(Xml, ADocumentTypeIsRefusedBeforeItIsRead) {
 }
 
 TEST(Xml, WhatWouldTakeAnEveningIsRefused) {
-    EXPECT_EQ(ProblemOfText(Nested(64)), "");
+    EXPECT_EQ(ProblemOfText(Nested(32)), "");
+    EXPECT_EQ(ProblemOfText(Nested(33)), "XML malformado: niveis demais");
     EXPECT_THAT(ProblemOfText(Nested(500000)), StartsWith("XML malformado: linha 1: "));
     const auto with_attributes = [](int count, const std::string& name, const std::string& value) {
         std::string text = "<a";
@@ -146,8 +147,8 @@ TEST(Xml, WhatWouldTakeAnEveningIsRefused) {
     };
     EXPECT_EQ(with_attributes(500, "b", "1"), "");
     EXPECT_EQ(with_attributes(600, "b", "1"), "XML malformado: atributos demais");
-    EXPECT_EQ(with_attributes(16, "xmlns:b", "urn:b"), "");
-    EXPECT_EQ(with_attributes(17, "xmlns:b", "urn:b"), "XML malformado: xmlns demais");
+    EXPECT_EQ(with_attributes(8, "xmlns:b", "urn:b"), "");
+    EXPECT_EQ(with_attributes(9, "xmlns:b", "urn:b"), "XML malformado: xmlns demais");
 }
 
 TEST(Xml, OnlyEncodingsThatBothSystemsHave) {
