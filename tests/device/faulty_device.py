@@ -47,6 +47,7 @@ class FaultyDevice(threading.Thread):
         self.faults = collections.Counter()
         self.error = None
         self.session = None  # being served
+        self._begun = False  # the last exchange was ended by the STX of a new command
         self._over = threading.Event()  # the caller that is served has ended
         self._ended = threading.Event()
 
@@ -72,8 +73,9 @@ class FaultyDevice(threading.Thread):
     # -- one exchange
 
     def _serve(self):
-        if not self._await(STX):
+        if not self._begun and not self._await(STX):
             return
+        self._begun = False
         # A closed port keeps nothing for the next caller.
         self.line.discard()
         self._over.clear()
@@ -187,6 +189,7 @@ class FaultyDevice(threading.Thread):
             answer = self._byte(25)
             while answer not in (ACK, NAK, None):
                 if answer == STX:
+                    self._begun = True
                     raise Gone
                 answer = self._byte(1)
             if answer is None:

@@ -11,7 +11,7 @@ struct Talker {
     void (*run)();
 };
 
-char gl_text[64];
+char gl_text[512];
 plat_handle gl_hNone = PLAT_INVALID_HANDLE;
 
 const Talker kTalkers[] = {
