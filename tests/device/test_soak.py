@@ -39,9 +39,9 @@ class Caller(threading.Thread):
         super().__init__(daemon=True)
         self.soak, self.number, self.rng = soak, number, rng
         self.client = soak.start_client()
-        self.lock = threading.Lock()  # held while the process is replaced
+        self.killed = False
         self.results = {}  # session: text
-        self.lost = set()  # sessions whose process was killed in the call
+        self.lost = set()  # sessions whose process was killed in the call, or before it
         self.error = None
 
     def run(self):
@@ -52,28 +52,32 @@ class Caller(threading.Thread):
             self.error = error
 
     def exchange(self, session):
-        client = self.client
         size = self.rng.choice([0, 0, 0, 300, 5000, 16384, 40000])
         try:
             if size:
-                client.start("EnviarDadosVenda", session, b"12345678", filler(size))
+                self.client.start("EnviarDadosVenda", session, b"12345678", filler(size))
             else:
-                client.start("ConsultarSAT", session)
-            self.results[session] = client.finish(120).text
-        except (ClientError, OSError, ValueError):
-            with self.lock:
-                if client is self.client:
-                    raise
+                self.client.start("ConsultarSAT", session)
+            self.results[session] = self.client.finish(120).text
+        except (ClientError, OSError):
+            if not self.killed:
+                raise
             self.lost.add(session)
+            self.start_again()
 
-    def replace(self):
-        """Kills the process wherever it is, and starts another one."""
-        with self.lock:
-            self.client.kill()
-            self.soak.device.caller_is_gone(self.number % 2)
-            # As behind a real driver, the port of a process that ended is free.
-            fcntl.ioctl(self.soak.line.slave, termios.TIOCNXCL)
-            self.client = self.soak.start_client()
+    def kill(self):
+        """Ends the process wherever it is. Its caller notices, and starts another one."""
+        self.killed = True
+        self.client.process.kill()
+
+    def start_again(self):
+        # Killed twice or once, it ends here; only its own thread touches its pipes.
+        self.client.kill()
+        self.soak.device.caller_is_gone(self.number % 2)
+        # As behind a real driver, the port of a process that ended is free.
+        fcntl.ioctl(self.soak.line.slave, termios.TIOCNXCL)
+        self.killed = False
+        self.client = self.soak.start_client()
 
 
 class SoakTest(DeviceCase):
@@ -123,7 +127,7 @@ class SoakTest(DeviceCase):
         while callers[1].is_alive():
             callers[1].join(rng.uniform(0.2, 6))
             if callers[1].is_alive() and kills < EXCHANGES / 20:
-                callers[1].replace()
+                callers[1].kill()
                 kills += 1
         callers[0].join()
         for caller in callers:
