@@ -2,6 +2,7 @@
 
 ZANTIR_TEST_LANGUAGES names the languages that must be there; the others are skipped where something is missing.
 """
+import json
 import os
 import re
 import subprocess
@@ -83,6 +84,9 @@ class Sale:
     def arm(self, *faults):
         for fault in faults:
             self.emulator.type("fault " + fault)
+            # What it said about earlier exchanges stands in front of its answer.
+            while json.loads(self.emulator.line())["event"] != "answer":
+                pass
 
     def test_a_sale(self):
         printed = self.sell()
