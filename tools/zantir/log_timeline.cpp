@@ -215,17 +215,7 @@ std::vector<Exchange> BuildTimeline(const std::vector<DiagnosticEntry>& diagnost
 }
 
 const char* OutcomeName(const Exchange& exchange) {
-    switch (exchange.reply.verdict) {
-        case Verdict::Accepted:
-            return "aceito";
-        case Verdict::Refused:
-            return "recusado";
-        case Verdict::LibraryFailed:
-            return "falha";
-        case Verdict::NoReply:
-            break;
-    }
-    return "sem_resposta";
+    return VerdictName(exchange.reply.verdict);
 }
 
 }  // namespace tool

@@ -115,4 +115,18 @@ std::string ValueOf(const Reply& reply, std::string_view field) {
     return "";
 }
 
+const char* VerdictName(Verdict verdict) {
+    switch (verdict) {
+        case Verdict::Accepted:
+            return "aceito";
+        case Verdict::Refused:
+            return "recusado";
+        case Verdict::LibraryFailed:
+            return "falha";
+        case Verdict::NoReply:
+            break;
+    }
+    return "sem_resposta";
+}
+
 }  // namespace tool

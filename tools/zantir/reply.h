@@ -31,6 +31,9 @@ enum class Verdict {
     NoReply,        ///< neither: a text without the fields of a reply
 };
 
+/** The word for a verdict in JSON and filters. */
+const char* VerdictName(Verdict verdict);
+
 /** A result taken apart. */
 struct Reply {
     Verdict verdict = Verdict::NoReply;

@@ -65,20 +65,6 @@ void ShowError(const LibraryError& error) {
     ShowPair(Say(REMEDY), error.remedy);
 }
 
-const char* VerdictName(Verdict verdict) {
-    switch (verdict) {
-        case Verdict::Accepted:
-            return "aceito";
-        case Verdict::Refused:
-            return "recusado";
-        case Verdict::LibraryFailed:
-            return "falha";
-        case Verdict::NoReply:
-            break;
-    }
-    return "sem_resposta";
-}
-
 Json FieldJson(const ReplyField& field) {
     Json json = {{"nome", field.name}, {"valor", ToUtf8(field.value)}, {"significado", field.meaning}};
     if (!field.explained.shown.empty()) json["legivel"] = field.explained.shown;
