@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
 """Puts small faults into the library, one at a time, and reports which of them no test notices.
 
-Works on a copy of the committed sources below build/mutation, so that the work tree is never touched. A fault that does
-not compile is not counted and the next one takes its place. Ends with 1 when fewer than the wanted share was noticed.
+Works on a copy of the committed sources below build/mutation, so that the work tree is never touched. What has a fault
+in it runs only in a sandbox that can write nothing but its own /tmp: some of the code under test removes whole folders.
+A fault that does not compile is not counted and the next one takes its place. Ends with 1 when fewer than the wanted
+share was noticed.
 """
 
 import argparse
@@ -33,22 +35,31 @@ OWN_MACHINE = [
 ]
 REAL_MACHINE = [("zantir_platform_tests", ["./zantir_platform_tests", "--gtest_brief=1", "--gtest_fail_fast"])]
 OVER_A_LINE = [(None, ["ctest", "-L", "line", "--stop-on-failure", "-j", "1"])]
-WATCHER_SECONDS = 300
+WATCHER_SECONDS = 120
 
 
-def run(command, seconds, **options):
-    """The exit status, or a text when there is none."""
+def sandbox(writable):
+    """The front of a command line whose process sees the whole machine, but can change only `writable` and a /tmp."""
+    front = ["bwrap", "--die-with-parent", "--unshare-pid", "--cap-drop", "ALL", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc",
+             "--tmpfs", "/tmp", "--tmpfs", "/run/lock", "--ro-bind", str(ROOT), str(ROOT)]
+    for folder in writable:
+        front += ["--bind", str(folder), str(folder)]
+    return front + ["--chdir", str(BUILD), "--"]
+
+
+def run(command, seconds):
+    """The exit status, or a text when there is none, and what was printed."""
     try:
         done = subprocess.run(command, timeout=seconds, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False,
-                              text=True, errors="replace", **options)
+                              text=True, errors="replace")
         return done.returncode, done.stdout
     except subprocess.TimeoutExpired:
         return "time-out", ""
 
 
-def build(target):
+def build(target, front=()):
     named = ["--target", target] if target else []
-    status, output = run(["cmake", "--build", str(BUILD), "--parallel", str(os.cpu_count()), *named], 1800)
+    status, output = run([*front, "cmake", "--build", str(BUILD), "--parallel", str(os.cpu_count()), *named], 1800)
     return status == 0, output
 
 
@@ -66,20 +77,25 @@ def prepare(watchers):
     # What a fault costs is its compilation and the linking: no optimisation, no debug information.
     subprocess.run(["cmake", "-G", "Ninja", "-S", str(COPY), "-B", str(BUILD), "-DCMAKE_BUILD_TYPE=None"], check=True,
                    stdout=subprocess.DEVNULL)
-    for target, _ in watchers:
+    (BUILD / "Testing").mkdir(exist_ok=True)
+    for target, command in watchers:
         built, output = build(target)
         if not built:
             sys.exit("the sources do not build:\n" + output)
+        status, output = run(sandbox([BUILD / "Testing"]) + command, 10 * WATCHER_SECONDS)
+        if status != 0:
+            sys.exit(f"without any fault, {' '.join(command)} fails ({status}):\n" + output[-4000:])
     return head
 
 
 def noticed_by(watchers):
     """The target and the number of the watcher that noticed the fault, "" when none did. None when it does not compile."""
     for number, (target, command) in enumerate(watchers, start=1):
-        built, _ = build(target)
+        # The build, too: it asks the new test programs for the names of their tests.
+        built, _ = build(target, sandbox([BUILD]))
         if not built:
             return None
-        status, _ = run(command, WATCHER_SECONDS, cwd=BUILD)
+        status, _ = run(sandbox([BUILD / "Testing"]) + command, WATCHER_SECONDS)
         if status != 0:
             return f"{number} {target or 'line'}"
     return ""

@@ -67,7 +67,8 @@ static bool IsSame(const struct stat& one, const struct stat& other) {
 static bool HoldsCurrentFolder(const char* path) {
     struct stat wanted = {};
     struct stat climbed = {};
-    if (stat(path, &wanted) != 0 || stat(".", &climbed) != 0) return false;
+    // Without an answer nothing is removed: the tree might be the whole machine.
+    if (stat(path, &wanted) != 0 || stat(".", &climbed) != 0) return true;
 
     PosixPath ancestor = ToPosixPath(".");
     for (size_t length = 1; !IsSame(climbed, wanted); length += 3) {
