@@ -29,22 +29,22 @@ SLOW_TESTS = "CallDuration.*:ReplyPacket.TenMeg*:FieldNumbering.Agrees*:LinkAck.
 # what those before it let through. The unit tests and the simulation stand on a machine of their own, so they have
 # nothing to say about the real one. No target: everything.
 OWN_MACHINE = [
-    ("zantir_unit_tests", ["./zantir_unit_tests", "--gtest_brief=1", "--gtest_fail_fast", "--gtest_filter=-" + SLOW_TESTS]),
-    ("zantir_unit_tests", ["./zantir_unit_tests", "--gtest_brief=1", "--gtest_fail_fast", "--gtest_filter=" + SLOW_TESTS]),
-    ("simulate", ["./simulate", "--exchanges", "20000", "--seed", "1"]),
+    ("zantir_unit_tests", [f"{BUILD}/zantir_unit_tests", "--gtest_brief=1", "--gtest_fail_fast", "--gtest_filter=-" + SLOW_TESTS]),
+    ("zantir_unit_tests", [f"{BUILD}/zantir_unit_tests", "--gtest_brief=1", "--gtest_fail_fast", "--gtest_filter=" + SLOW_TESTS]),
+    ("simulate", [f"{BUILD}/simulate", "--exchanges", "20000", "--seed", "1"]),
 ]
-REAL_MACHINE = [("zantir_platform_tests", ["./zantir_platform_tests", "--gtest_brief=1", "--gtest_fail_fast"])]
-OVER_A_LINE = [(None, ["ctest", "-L", "line", "--stop-on-failure", "-j", "1"])]
+REAL_MACHINE = [("zantir_platform_tests", [f"{BUILD}/zantir_platform_tests", "--gtest_brief=1", "--gtest_fail_fast"])]
+OVER_A_LINE = [(None, ["ctest", "--test-dir", str(BUILD), "-L", "line", "--stop-on-failure", "-j", "1"])]
 WATCHER_SECONDS = 120
 
 
 def sandbox(writable):
     """The front of a command line whose process sees the whole machine, but can change only `writable` and a /tmp."""
     front = ["bwrap", "--die-with-parent", "--unshare-pid", "--cap-drop", "ALL", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc",
-             "--tmpfs", "/tmp", "--tmpfs", "/run/lock", "--ro-bind", str(ROOT), str(ROOT)]
+             "--perms", "1777", "--tmpfs", "/tmp", "--perms", "1777", "--tmpfs", "/run/lock", "--ro-bind", str(ROOT), str(ROOT)]
     for folder in writable:
         front += ["--bind", str(folder), str(folder)]
-    return front + ["--chdir", str(BUILD), "--"]
+    return front + ["--chdir", "/tmp", "--"]
 
 
 def run(command, seconds):
