@@ -1,0 +1,94 @@
+"""The two systems that the library is for, with a line to the device and a folder for the library."""
+import os
+import shutil
+import subprocess
+import tempfile
+
+from programs import LINUX, TOP, WINDOWS, Device, Side
+
+PORT = "COM7"
+
+
+def settings(log_mode, emulator_port=""):
+    """SAT.ini: the default one but for the port and the logs."""
+    return (f"[SERIAL_PORT_CONFIG]\nSerialPortConfig=115200,8,N,1\nReadIntervalTimeout=10\n"
+            f"ReadTotalTimeoutMultiplier=1\nReadTotalTimeoutConstant=1\nWriteTotalTimeoutMultiplier=1\n"
+            f"WriteTotalTimeoutConstant=1000\n[SAT_TIMEOUT]\nEnviarDadosVenda=30\nConsultarSAT=10\n"
+            f"[SAT_EMULATOR]\nSerialPortWindows={emulator_port}\nEnable={1 if emulator_port else 0}\n"
+            f"[CUPOM_DESK]\nPathWindows=\nEnable=0\n"
+            f"[LOG]\nLogFilePath=Log\nLogFileName=\nLogFileMaxSize=1300000\nLogMode={log_mode}\n")
+
+
+class Machine:
+    """`with` one of these: a device on a line, and the sides on request. Everything is gone behind it."""
+
+    def __enter__(self):
+        work = os.path.join(TOP, "build", "bench")
+        os.makedirs(work, exist_ok=True)
+        self._folder = tempfile.mkdtemp(prefix="work-", dir=work)
+        self._sides = []
+        self.device = Device()
+        try:
+            self.connect()
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        for side in self._sides:
+            side.close()
+        self.device.close()
+        shutil.rmtree(self._folder, ignore_errors=True)
+
+    def _start(self, command, folder):
+        side = Side(command, folder, self.environment)
+        self._sides.append(side)
+        return side
+
+    def library(self, log_mode):
+        """A program that calls the library, in a folder of its own."""
+        folder = tempfile.mkdtemp(dir=self._folder)
+        with open(os.path.join(folder, "SAT.ini"), "w", encoding="ascii", newline="\n") as file:
+            file.write(settings(log_mode, self.emulator_port))
+        return self._start([*self.program("bench_library_side"), self.product], folder)
+
+    def minimal(self):
+        """The same exchanges without the library."""
+        return self._start([*self.program("bench_minimal_side"), self.place], self._folder)
+
+    def end(self, side):
+        self._sides.remove(side)
+        side.close()
+
+
+class Native(Machine):
+    """The shared object on this system. Pseudo terminals are not discovered, so the emulator's port leads there."""
+
+    name = "native"
+    environment = None
+    product = os.path.join(LINUX, "libzantir64.so")
+
+    def connect(self):
+        self.place = self.device.place
+        self.emulator_port = "COM%d" % (1000 + int(self.place.rsplit("/", 1)[1]))
+
+    def program(self, name):
+        return [os.path.join(LINUX, name)]
+
+
+class Wine(Machine):
+    """The DLL under Wine. The line is a present device, which the library finds."""
+
+    name = "wine"
+    product = "Z:" + os.path.join(WINDOWS, "ZANTIR64.dll").replace("/", "\\")
+    environment = {**os.environ, "ZANTIR_WINEPREFIX": os.path.join(TOP, "build", "wine-bench")}
+    emulator_port = ""
+    place = f"\\\\.\\{PORT}"
+
+    def connect(self):
+        subprocess.run([os.path.join(TOP, "scripts", "wine-port"), PORT, self.device.place, f"ZANTIR SAT ({PORT})"],
+                       env=self.environment, check=True)
+
+    def program(self, name):
+        return [os.path.join(TOP, "scripts", "wine"), os.path.join(WINDOWS, name + ".exe")]
