@@ -41,7 +41,8 @@ class Machine:
         self.device.close()
         shutil.rmtree(self._folder, ignore_errors=True)
 
-    def _start(self, command, folder):
+    def start(self, command, folder):
+        """A side, which ends with the machine at the latest."""
         side = Side(command, folder, self.environment)
         self._sides.append(side)
         return side
@@ -51,11 +52,11 @@ class Machine:
         folder = tempfile.mkdtemp(dir=self._folder)
         with open(os.path.join(folder, "SAT.ini"), "w", encoding="ascii", newline="\n") as file:
             file.write(settings(log_mode, self.emulator_port))
-        return self._start([*self.program("bench_library_side"), self.product], folder)
+        return self.start([*self.program("bench_library_side"), self.product], folder)
 
     def minimal(self):
         """The same exchanges without the library."""
-        return self._start([*self.program("bench_minimal_side"), self.place], self._folder)
+        return self.start([*self.program("bench_minimal_side"), self.place], self._folder)
 
     def end(self, side):
         self._sides.remove(side)

@@ -210,7 +210,7 @@ def benchmarked(program, measured, limit):
 
 
 def run_benchmarks(folder, program, *names):
-    command = [os.path.join(LINUX, program), "--benchmark_format=json", "--benchmark_min_time=0.05",
+    command = [os.path.join(LINUX, program), "--benchmark_format=json", "--benchmark_min_time=0.03",
                "--benchmark_filter=^(%s)$" % "|".join(names)]
     done = subprocess.run(command, cwd=folder, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
     times = {}

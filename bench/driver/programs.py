@@ -5,7 +5,7 @@ import subprocess
 import time
 
 TOP = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-LINUX = os.path.join(TOP, "build", "linux")
+LINUX = os.environ.get("ZANTIR_BENCH_BUILD", os.path.join(TOP, "build", "linux"))
 WINDOWS = os.path.join(TOP, "build", "windows")
 
 
