@@ -24,7 +24,8 @@ WAITS_BEHIND_THE_WIRE_MS = 12.0
 BAUD = 115200
 # The fastest that a device on a full-speed USB line is: a megabyte a second.
 FASTEST_BAUD = 10_000_000
-REPLY_SIZES = (10240, 102400, MIB, 8 * MIB)
+# Frames of texts of 10 KB, 100 KB, 1 MB and 8 MB. None of them ends with a full block, which needs no wait to end it.
+REPLY_SIZES = (10243, 102403, MIB + 3, 8 * MIB + 3)
 
 
 class Stage:
@@ -97,13 +98,13 @@ def processor_time(exchange):
     return measure
 
 
-def memory(kind):
+def memory(kind, resident_kind="VmRSS"):
     """Resident megabytes of a process that has made 100 sales. It hardly varies: a fifth of the pairs is enough."""
     command, size, reply = SALE
 
     def resident(machine, side):
         checked(side, command, size, 100)
-        result = side.resident_bytes() / MIB
+        result = side.resident_bytes(resident_kind) / MIB
         machine.end(side)
         return result
 
@@ -133,28 +134,36 @@ def paced_sale(stage, pairs):
     return result
 
 
-def per_byte(side, device, reply):
-    """Nanoseconds a byte of an exchange without its waits."""
+def settled(side, device, reply, baud):
+    """Nanoseconds of an exchange whose reply has this size, behind one like it: what a call leaves to the next one,
+    such as a buffer to be cleared or a log to be moved aside, is counted for its own size."""
     device.set("reply", reply)
+    device.set("baud", 0)
+    checked(side, *CONSULT[:2])
+    device.set("baud", baud)
     device.counts()
     elapsed = checked(side, *CONSULT[:2])[0]
-    return (elapsed - WAITS_MS * MS) / sum(device.counts())
+    device.set("baud", 0)
+    return elapsed
 
 
 def reply_sizes(log_mode):
-    """Nanoseconds a byte for the size of reply that costs most and the one that costs least, on the fastest line that
-    a device has. The largest reply takes 8 s, in which the machine's noise evens out: a fifth of the rounds."""
+    """Nanoseconds a byte, net of the waits, for the size of reply that costs most and the one that costs least, on
+    the fastest line that a device has. The largest reply takes 8 s, in which the machine's noise evens out: a fifth
+    of the rounds."""
 
     def measure(stage, pairs):
         side = stage.library(Native, log_mode)
         device = stage.machine(Native).device
-        device.set("baud", FASTEST_BAUD)
+
+        def per_byte(size):
+            elapsed = settled(side, device, size, FASTEST_BAUD)
+            return (elapsed - WAITS_MS * MS) / sum(device.counts())
+
         rounds = []
         for number in range(pairs):
-            sizes = REPLY_SIZES if number % 5 == 0 else REPLY_SIZES[:-1]
-            values = [per_byte(side, device, size) for size in sizes]
-            rounds.append(values if len(sizes) == len(REPLY_SIZES) else values + rounds[-1][-1:])
-        device.set("baud", 0)
+            values = [per_byte(size) for size in REPLY_SIZES[:-1]]
+            rounds.append([*values, per_byte(REPLY_SIZES[-1]) if number % 5 == 0 else rounds[-1][-1]])
         return extremes(rounds)
 
     return measure
@@ -167,14 +176,12 @@ def reply_growth(log_mode):
     def measure(stage, pairs):
         side = stage.library(Native, log_mode)
         device = stage.machine(Native).device
+        small, middle, large = REPLY_SIZES[1:]
         result = []
         for _ in range(pairs):
-            times = []
-            for size in REPLY_SIZES[1:]:
-                device.set("reply", size)
-                times.append(checked(side, *CONSULT[:2])[0])
-            small, middle, large = REPLY_SIZES[1:]
-            result.append(((times[2] - times[1]) / (large - middle), (times[1] - times[0]) / (middle - small)))
+            times = {size: settled(side, device, size, 0) for size in (small, middle, large)}
+            result.append(((times[large] - times[middle]) / (large - middle),
+                           (times[middle] - times[small]) / (middle - small)))
         return result
 
     return measure

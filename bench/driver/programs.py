@@ -92,9 +92,10 @@ class Side(Program):
             raise ProgramError(" ".join(answer))
         return tuple(map(int, answer))
 
-    def resident_bytes(self):
+    def resident_bytes(self, kind="VmRSS"):
+        """Memory that is resident: all of it, or with RssAnon what is no file's."""
         with open(f"/proc/{self.process.pid}/status", encoding="ascii") as status:
             for line in status:
-                if line.startswith("VmRSS:"):
+                if line.startswith(kind + ":"):
                     return int(line.split()[1]) * 1024
         raise ProgramError("the system does not say how much memory is resident")
