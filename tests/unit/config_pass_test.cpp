@@ -153,6 +153,15 @@ TEST_F(ConfigurationPass, AMissingLogFolderIsCreated) {
     EXPECT_FALSE(World().files.Exists("C:\\a"));
 }
 
+TEST_F(ConfigurationPass, AFolderThatIsThereIsNotCreatedAgain) {
+    World().files.MakeFolder("C:\\logs");
+    World().faults.TraceOn({sim::Call::CreateFolder});
+    Pass(ConfigText(SIZE_MAX, 0, "C:\\logs"));
+    EXPECT_THAT(World().faults.trace, testing::IsEmpty());
+    Pass(ConfigText(SIZE_MAX, 0, "C:\\other"));
+    EXPECT_THAT(World().faults.trace, testing::ElementsAre("CreateFolder C:\\other"));
+}
+
 TEST_F(ConfigurationPass, WithoutLoggingNeitherFolderNorBannerIsMade) {
     // The flags let lines through, but the mask decides.
     gl_tLogSettings.iLevelMask = 0;
