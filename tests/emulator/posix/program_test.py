@@ -2,6 +2,8 @@
 """The program sat-emulator: where it starts, and what it remembers after a kill."""
 
 import os
+import pty
+import re
 import select
 import signal
 import subprocess
@@ -115,6 +117,35 @@ class Program(unittest.TestCase):
         self.assertIn("unblocked ou deactivated", emulator.process.stderr.readline().decode())
         os.rmdir(self.state + ".tmp")
         self.assertEqual(emulator.ask("EnviarDadosVenda|000001|12345678|x")[1], "06010")
+
+    def test_answers_in_the_background_of_a_terminal_and_hears_in_front(self):
+        shell, terminal = pty.fork()
+        if shell == 0:
+            os.execv("/bin/bash", ["bash", "--norc", "--noprofile", "-i"])
+        self.addCleanup(os.waitpid, shell, 0)
+        self.addCleanup(os.close, terminal)
+        os.write(terminal, f"{PROGRAM} --quiet &\n".encode())
+        emulator = Emulator.__new__(Emulator)
+        emulator.line = os.open(self.wait_for(terminal, rb"pronto (/dev/pts/\d+)").group(1), os.O_RDWR | os.O_NOCTTY)
+        self.addCleanup(os.close, emulator.line)
+        for _ in range(3):
+            self.assertEqual(emulator.ask("ConsultarSAT|000001")[1], "08000")
+        os.write(terminal, b"jobs; echo list''ed\n")
+        self.assertIn(b"Running", self.wait_for(terminal, rb"(?s).*\nlisted").group())
+        os.write(terminal, b"fg\nstate blocked\n")
+        self.wait_for(terminal, rb"equipamento: blocked")
+        os.write(terminal, b"quit\n")
+        self.wait_for(terminal, rb"terminando")
+        os.write(terminal, b"exit\n")
+
+    def wait_for(self, terminal, shape):
+        """What a terminal shows, up to something of this shape."""
+        shown = b""
+        while not re.search(shape, shown):
+            if not select.select([terminal], [], [], SECONDS)[0]:
+                raise AssertionError(f"no {shape} in {shown}")
+            shown += os.read(terminal, 65536)
+        return re.search(shape, shown)
 
     def test_a_state_belongs_to_one_program(self):
         emulator = self.start("--state", self.state)
