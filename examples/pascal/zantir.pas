@@ -76,6 +76,14 @@ type
   TThreeTexts = function(Session: Integer; A, B, C: PAnsiChar): PAnsiChar; cdecl;
   TTextAndNumber = function(Session: Integer; A: PAnsiChar; B: Integer): PAnsiChar; cdecl;
 
+{$IFNDEF FPC}
+{ Free Pascal's name for it. }
+function GetLastOSError: Cardinal;
+begin
+  Result := GetLastError;
+end;
+{$ENDIF}
+
 function NewSession: Integer;
 begin
   Result := 1 + Random(999999);

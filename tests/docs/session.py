@@ -30,8 +30,8 @@ BLOCK_SECONDS = 120
 HOME = "/home/loja/zantir"
 
 VOLATILE = [
-    (r"\b\d{44}\b", "KEY"),
-    (r"\b20\d{12}\b", "MOMENT"),
+    (r"\d{44}", "KEY"),
+    (r"(?<!\d)20\d{12}(?!\d)", "MOMENT"),
     (r"\b20\d{6}_", "DAY_"),
     (r"\d{2}/\d{2}/\d{4}", "DATE"),
     (r"\d{4}-\d{2}-\d{2}", "DATE"),
@@ -126,16 +126,17 @@ class Shell:
 
 
 class CommandPrompt:
-    """Windows' own, under Wine: COM12 is one end of a pair of ports whose other end is the present device COM7."""
+    """Windows' own, under Wine, on a machine with COM12 and COM13, a pair of virtual ports, and no device."""
 
     def __init__(self, folder):
         self.folder = folder
         self.count = 0
         self.wine = targets.Wine()
         self.wine.prepare()
+        self.wine.remove_devices()
         self.ports = pair.Pair()
         self.wine.link("COM12", self.ports.far)
-        self.wine.link("COM7", self.ports.near)
+        self.wine.link("COM13", self.ports.near)
 
     def run(self, block):
         self.count += 1
@@ -152,4 +153,4 @@ class CommandPrompt:
         # What was started in the background ends with the line.
         self.wine.script("wine", "taskkill", "/f", "/im", "sat-emulator.exe", check=False)
         self.wine.link("COM12", None)
-        self.wine.link("COM7", None)
+        self.wine.link("COM13", None)
