@@ -144,7 +144,7 @@ class EmulatorTableTest(unittest.TestCase):
             if begun:
                 name = begun.group(1)
             elif line.startswith(" " * 16) and name:
-                found[name] = set(re.findall(r"(?:^|, )\s*([a-z]+(?:=\w+)?)", line.strip()))
+                found[name] = set(re.findall(r"(?:^|, )([a-z]+(?:=\w+)?)(?= \(|$)", line.strip()))
         return found
 
     def test_each_fault_is_in_the_table_with_its_parameters(self):
