@@ -95,8 +95,10 @@ class Shell:
         environment = {key: value for key, value in os.environ.items() if not key.startswith("ZANTIR_")}
         environment.update(PATH=f"{folder.inside('build', 'linux')}:{environment['PATH']}", LC_ALL="C.UTF-8",
                            LD_LIBRARY_PATH=folder.inside("build", "linux"), PYTHONDONTWRITEBYTECODE="1")
+        # Not a session of its own: its leader would take the first pseudo terminal that it opens for its terminal, and
+        # end with it.
         self.process = subprocess.Popen(["/bin/bash", "--noprofile", "--norc"], cwd=folder.path, env=environment,
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, start_new_session=True)
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, process_group=0)
         # The first command that fails decides; the shell itself lives on.
         self.say("set -E; trap 'failed=$?' ERR")
 

@@ -185,7 +185,7 @@ class ToolTest(unittest.TestCase):
             with self.subTest(page=name):
                 self.assertTrue(name in pages.tracked(), name)
                 text = pages.read(name)
-                self.assertEqual([], [command for command in subcommands() if f"`zantir {command}" not in text])
+                self.assertEqual([], [command for command in subcommands() if f"`zantir {command}`" not in text])
 
 
 if __name__ == "__main__":
