@@ -179,6 +179,20 @@ class EmulatorTableTest(unittest.TestCase):
                 self.assertIn(sorted(known), [sorted(column) for column in self.first_columns(page)])
 
 
+class PortTableTest(unittest.TestCase):
+    def test_the_ports_of_linux_are_those_of_the_library(self):
+        kinds = re.findall(r'\{(\d+), (\d+), "(\w+)"\}', pages.read("src/platform/posix/port.h"))
+        self.assertEqual(3, len(kinds))
+        expected = [[f"COM{first}", f"COM{int(first) + int(count) - 1}", f"/dev/{name}0", f"/dev/{name}{int(count) - 1}"]
+                    for first, count, name in kinds]
+        for page in ("docs/pt/linux.md", "docs/en/linux.md"):
+            with self.subTest(page=page):
+                self.assertTrue(page in pages.manual(), page)
+                rows = [row for table in pages.manual()[page].tables for row in table]
+                shown = [re.findall(r"`([^`]+)`", " ".join(row)) for row in rows if row[0].startswith("`COM")]
+                self.assertEqual(expected, shown[:3])
+
+
 class ToolTest(unittest.TestCase):
     def test_each_command_of_the_tool_is_named_where_trouble_is_treated(self):
         for name in ("docs/pt/problemas.md", "docs/en/troubleshooting.md"):
