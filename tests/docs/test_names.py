@@ -111,6 +111,9 @@ class SettingsTest(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             with open(os.path.join(folder, "SAT.ini"), "w", encoding="utf-8") as file:
                 file.write(text)
+            # The page says that this folder has to be there; here a Windows path lies below the current folder.
+            for path in re.findall(r"^PathWindows=C:(.+)$", text, re.M):
+                os.makedirs(os.path.join(folder, "C:" + path.replace("\\", "/")))
             done = subprocess.run([os.path.join(BUILD, "zantir"), "diagnostico", "--json", "--dll", "none.so"],
                                   cwd=folder, capture_output=True, text=True, stdin=subprocess.DEVNULL)
         found = {check["nome"]: check for check in json.loads(done.stdout)["verificacoes"]}
