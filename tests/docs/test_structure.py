@@ -64,7 +64,7 @@ class BlockTest(unittest.TestCase):
         self.assertEqual([], wrong)
 
     def test_each_program_stands_in_an_example(self):
-        for page in pages.manual().values():
+        for page in pages.all_pages():
             for block in page.blocks:
                 if block.language not in PROGRAMS:
                     continue
