@@ -182,6 +182,17 @@ class EmulatorTableTest(unittest.TestCase):
                 self.assertIn(sorted(known), [sorted(column) for column in self.first_columns(page)])
 
 
+class FunctionTableTest(unittest.TestCase):
+    def test_the_readme_has_each_function_with_its_time_out(self):
+        header = re.sub(r"\s*\n \*(?!/) ?", " ", pages.read("include/zantir.h"))
+        described = re.findall(r"/\*\*((?:(?!\*/).)*)\*/\s*(?:const )?char\* ZANTIR_CALL (\w+)\(", header, re.S)
+        expected = {name: re.search(r"Time-out (\d+) s", text).group(1) for text, name in described if "Time-out" in text}
+        self.assertEqual(16, len(expected))
+        readme = next(page for page in pages.all_pages() if page.name == "README.md")
+        table = next(table for table in readme.tables if table[0][0] == "function")
+        self.assertEqual(expected, {row[0].strip("`"): row[2] for row in table[1:] if row[2]})
+
+
 class PortTableTest(unittest.TestCase):
     def test_the_ports_of_linux_are_those_of_the_library(self):
         kinds = re.findall(r'\{(\d+), (\d+), "(\w+)"\}', pages.read("src/platform/posix/port.h"))
