@@ -68,8 +68,10 @@ TEST(Mutex, AWaitingThreadGetsItWhenItIsReleased) {
             result = plat_mutex_wait(mutex, 20000);
             plat_mutex_release(mutex);
         });
-        while (!begun) std::this_thread::yield();
-        for (int turn = 0; turn < round; ++turn) std::this_thread::yield();
+        while (!begun)
+            std::this_thread::yield();
+        for (int turn = 0; turn < round; ++turn)
+            std::this_thread::yield();
         EXPECT_TRUE(plat_mutex_release(mutex));
         waiter.join();
         EXPECT_EQ(result, PLAT_WAIT_ACQUIRED);

@@ -1,5 +1,6 @@
 /*
- * The tests of removals run on a real machine, often as root: a fault in a removal must cost a test, not the machine.
+ * The tests of removals run on a real machine, often as root: a fault in a removal must cost a test, not the
+ * machine.
  */
 #pragma once
 
