@@ -25,20 +25,47 @@ static DeviceSet* Set(plat_handle devices) {
     return reinterpret_cast<DeviceSet*>(devices);
 }
 
-/** The system's set of the present devices of the first class with this name; invalid when there is none. */
-static HDEVINFO OpenSystemSet(const char* class_name) {
+/** Asks the system for the first setup class with this name; false when there is none. */
+static bool AskForClass(const char* class_name, GUID* found) {
     DWORD count = 0;
     SetupDiClassGuidsFromNameA(class_name, nullptr, 0, &count);
-    if (count == 0) return INVALID_HANDLE_VALUE;
+    if (count == 0) return false;
 
     GUID* classes = static_cast<GUID*>(plat_alloc(count * sizeof(GUID)));
-    if (classes == nullptr) return INVALID_HANDLE_VALUE;
-    HDEVINFO system_set = INVALID_HANDLE_VALUE;
-    if (SetupDiClassGuidsFromNameA(class_name, classes, count, &count) != 0) {
-        system_set = SetupDiGetClassDevsA(&classes[0], nullptr, nullptr, DIGCF_PRESENT);
-    }
+    if (classes == nullptr) return false;
+    const bool told = SetupDiClassGuidsFromNameA(class_name, classes, count, &count) != 0;
+    if (told) *found = classes[0];
     plat_free(classes);
-    return system_set;
+    return told;
+}
+
+/**
+ * The same, asked once: the system goes through all its classes for an answer, which takes it as long as all
+ * the rest of a discovery's questions but one. Classes come with an installation and stay.
+ */
+static bool FindClass(const char* class_name, GUID* found) {
+    static SRWLOCK guard = SRWLOCK_INIT;
+    static char known_name[32];
+    static GUID known;
+
+    AcquireSRWLockExclusive(&guard);
+    bool success = known_name[0] != '\0' && strcmp(known_name, class_name) == 0;
+    if (!success) {
+        success = AskForClass(class_name, &known);
+        // A name that does not fit is asked for again every time.
+        const bool keeps = success && strlen(class_name) < sizeof known_name;
+        strcpy(known_name, keeps ? class_name : "");
+    }
+    if (success) *found = known;
+    ReleaseSRWLockExclusive(&guard);
+    return success;
+}
+
+/** The system's set of the present devices of the first class with this name; invalid when there is none. */
+static HDEVINFO OpenSystemSet(const char* class_name) {
+    GUID found = {};
+    if (!FindClass(class_name, &found)) return INVALID_HANDLE_VALUE;
+    return SetupDiGetClassDevsA(&found, nullptr, nullptr, DIGCF_PRESENT);
 }
 
 plat_handle plat_devices_open(const char* class_name) {

@@ -6,6 +6,7 @@
 #include <shlobj.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cstring>
 
 #include "../platform.h"
@@ -36,6 +37,23 @@ bool plat_remove_file(const char* path) {
     return DeleteFileA(path) != 0;
 }
 
+/**
+ * SHGetFolderPathA. The shell's library brings the user interface's and more with it: it is loaded when
+ * somebody asks for the folder, not by every program that loads ours.
+ */
+static HRESULT FolderPath(int folder, DWORD flags, char (&path)[MAX_PATH]) {
+    using Function = decltype(&SHGetFolderPathA);
+    // Never given back: whoever saves one receipt saves more.
+    static std::atomic<HMODULE> loaded{nullptr};
+    HMODULE shell = loaded;
+    if (shell == nullptr) shell = LoadLibraryExA("shell32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+    if (shell == nullptr) return E_FAIL;
+    loaded = shell;
+    const auto function =
+        reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(shell, "SHGetFolderPathA")));
+    return function != nullptr ? function(nullptr, folder, nullptr, flags, path) : E_FAIL;
+}
+
 bool plat_common_data_folder(char* path, size_t path_size) {
     // The folder identifier and the flags value are part of the established behaviour. A system that knows
     // only the two documented flags values refuses this one as an argument, and is asked with the first of
@@ -43,9 +61,9 @@ bool plat_common_data_folder(char* path, size_t path_size) {
     constexpr int kCommonApplicationData = 0x23;
     constexpr DWORD kFlags = 8;
     char folder[MAX_PATH] = "";
-    HRESULT result = SHGetFolderPathA(nullptr, kCommonApplicationData, nullptr, kFlags, folder);
+    HRESULT result = FolderPath(kCommonApplicationData, kFlags, folder);
     if (result == E_INVALIDARG) {
-        result = SHGetFolderPathA(nullptr, kCommonApplicationData, nullptr, SHGFP_TYPE_CURRENT, folder);
+        result = FolderPath(kCommonApplicationData, SHGFP_TYPE_CURRENT, folder);
     }
     if (FAILED(result)) return false;
     const size_t length = strnlen(folder, sizeof folder - 1);

@@ -8,7 +8,10 @@
 #include "../platform.h"
 
 void plat_upper(char* text) {
-    CharUpperA(text);
+    // What CharUpperA does, without the user interface library, which is as large as all the others together
+    // and would be loaded into programs that have no windows.
+    const int length = static_cast<int>(strlen(text));
+    if (length > 0) LCMapStringA(LOCALE_USER_DEFAULT, LCMAP_UPPERCASE, text, length, text, length);
 }
 
 /** Converts the whole text, or tells the size needed when `bytes` is NULL. 0 on failure. */

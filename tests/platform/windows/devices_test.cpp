@@ -27,3 +27,13 @@ TEST(Devices, ThePresentPortsCanBeWalked) {
 TEST(Devices, NoClassNoSet) {
     EXPECT_EQ(plat_devices_open("No such class"), PLAT_INVALID_HANDLE);
 }
+
+TEST(Devices, AClassIsNotTakenForAnother) {
+    for (int round = 0; round < 2; ++round) {
+        const plat_handle devices = plat_devices_open("Ports");
+        EXPECT_TRUE(plat_handle_valid(devices));
+        EXPECT_TRUE(plat_devices_close(devices));
+        EXPECT_EQ(plat_devices_open(""), PLAT_INVALID_HANDLE);
+        EXPECT_EQ(plat_devices_open("No such class"), PLAT_INVALID_HANDLE);
+    }
+}
