@@ -6,14 +6,18 @@
  */
 #include "devices.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <strings.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -32,6 +36,10 @@ struct Device {
 struct DeviceSet {
     std::vector<Device> devices;
     size_t current = SIZE_MAX;
+};
+
+struct FolderCloser {
+    void operator()(DIR* folder) const { closedir(folder); }
 };
 
 }  // namespace
@@ -78,16 +86,39 @@ static std::string UsbProduct(const std::string& entry) {
     return "";
 }
 
-static void AddPresentDevices(const std::string& tty_class_folder, std::vector<Device>* devices) {
-    for (const PortKind& kind : kPortKinds) {
-        for (uint32_t index = 0; index < kind.count; ++index) {
-            const std::string entry = tty_class_folder + "/" + kind.device_name + std::to_string(index);
-            if (!IsPresent(entry)) continue;
-            Device device = {};
-            snprintf(device.port_name, sizeof device.port_name, "COM%u", kind.first + index);
-            device.friendly = UsbProduct(entry);
-            devices->push_back(device);
+/** The index behind a kind's name in an entry's name; the kind's count when the entry is of another kind. */
+static uint32_t IndexInKind(const char* entry_name, const PortKind& kind) {
+    const size_t front = strlen(kind.device_name);
+    if (strncmp(entry_name, kind.device_name, front) != 0) return kind.count;
+    const char* digits = entry_name + front;
+    const size_t length = strspn(digits, "0123456789");
+    const bool canonical = length == 1 || (length == 2 && digits[0] != '0');
+    if (!canonical || digits[length] != '\0') return kind.count;
+    return std::min(static_cast<uint32_t>(atoi(digits)), kind.count);
+}
+
+/** The folder's entries that are ports, by their numbers: one look instead of one for each possible port. */
+static std::map<uint32_t, std::string> ListPorts(const std::string& tty_class_folder) {
+    std::map<uint32_t, std::string> ports;
+    const std::unique_ptr<DIR, FolderCloser> folder(opendir(tty_class_folder.c_str()));
+    if (folder == nullptr) return ports;
+    while (const dirent* entry = readdir(folder.get())) {
+        for (const PortKind& kind : kPortKinds) {
+            const uint32_t index = IndexInKind(entry->d_name, kind);
+            if (index < kind.count) ports[kind.first + index] = entry->d_name;
         }
+    }
+    return ports;
+}
+
+static void AddPresentDevices(const std::string& tty_class_folder, std::vector<Device>* devices) {
+    for (const auto& [number, name] : ListPorts(tty_class_folder)) {
+        const std::string entry = tty_class_folder + "/" + name;
+        if (!IsPresent(entry)) continue;
+        Device device = {};
+        snprintf(device.port_name, sizeof device.port_name, "COM%u", number);
+        device.friendly = UsbProduct(entry);
+        devices->push_back(device);
     }
 }
 

@@ -100,6 +100,16 @@ TEST_F(Devices, AnEntryWithoutADeviceIsNotPresent) {
     EXPECT_EQ(PortName(0), "none");
 }
 
+TEST_F(Devices, OnlyNamesOfPortsCount) {
+    for (const char* name : {"ttyS", "ttyS01", "ttyS1x", "ttySIF0", "ttyS001", "ttyUSB", "attyS1", "tty1"}) {
+        AddUsb(name, name, 2, "no port\n");
+    }
+    AddUsb("ttyUSB31", "1-1", 2, "the last one\n");
+    Open();
+    EXPECT_EQ(PortName(0), "COM64");
+    EXPECT_EQ(PortName(1), "none");
+}
+
 TEST_F(Devices, NothingIsAnEmptySet) {
     Open();
     EXPECT_FALSE(plat_devices_select(devices, 0));
