@@ -112,7 +112,9 @@ int cSerialWriteBufW(char* pusTxPkt, int ulTxPktSz, plat_handle* phComm) {
         int rc = WriteBlock(&out);
         if (rc < 0) return rc;
         LogBlock(out);
-        SAT_API_CmdPktParcer(out.pFrame, out.iBlockEnd);
+        // Called for its lines, which are all information. It goes through the frame from its start at each
+        // block, so where nobody wants the lines a command of megabytes need not wait for it.
+        if (VKO_LogEnabled(VKO_LOG_INF)) SAT_API_CmdPktParcer(out.pFrame, out.iBlockEnd);
         rc = AwaitAck(out);
         if (rc < 0) return rc;
     } while (out.iOffset < out.iSize);
