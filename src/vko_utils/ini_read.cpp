@@ -29,9 +29,17 @@ static int Fail(const tIniLookup& lookup, int rc, const char* pName, const char*
     return rc;
 }
 
+/** Behind the item's name; NULL when the section, which the next bracket ends wherever it stands, lacks it.
+ */
 static char* FindItem(char* pSectionBody, const char* pItem) {
     const size_t itemLength = strlen(pItem);
-    for (char* p = pSectionBody; *p != '\0' && *p != '['; ++p) {
+    char* pBracket = strchr(pSectionBody, '[');
+    char* pEnd = pBracket != nullptr ? pBracket : pSectionBody + strlen(pSectionBody);
+    // An item without a name stands everywhere.
+    if (itemLength == 0) return pSectionBody != pEnd ? pSectionBody : nullptr;
+    for (char* p = pSectionBody; p != pEnd; ++p) {
+        p = static_cast<char*>(memchr(p, pItem[0], static_cast<size_t>(pEnd - p)));
+        if (p == nullptr) return nullptr;
         if (strncmp(p, pItem, itemLength) == 0) return p + itemLength;
     }
     return nullptr;
@@ -109,9 +117,9 @@ static tIniFile NotLoaded(const char* pIniFileName, int rc, const char* pReason)
 
 tIniFile VKO_LoadIniFile(const char* pIniFileName) {
     if (pIniFileName == nullptr) return NotLoaded(pIniFileName, INI_FILE_ERR_INVALID_PARAM, "");
-    if (VKO_FileExist(pIniFileName) < 0) return NotLoaded(pIniFileName, INI_FILE_ERR_NOT_FOUND, "");
-    const int32_t sztFileSize = VKO_GetFileSize(pIniFileName);
-    if (sztFileSize <= 0) return NotLoaded(pIniFileName, INI_FILE_ERR_NOT_FOUND, " sztFileSize[0]=0");
+    const int32_t sztFileSize = VKO_FileExist(pIniFileName);
+    if (sztFileSize < 0) return NotLoaded(pIniFileName, INI_FILE_ERR_NOT_FOUND, "");
+    if (sztFileSize == 0) return NotLoaded(pIniFileName, INI_FILE_ERR_NOT_FOUND, " sztFileSize[0]=0");
     if (sztFileSize > INI_FILE_LARGEST) return NotLoaded(pIniFileName, INI_FILE_ERR_OPEN, " TOO LARGE");
     tIniText text;
     switch (IniLoad(pIniFileName, static_cast<size_t>(sztFileSize), 1024, &text)) {
