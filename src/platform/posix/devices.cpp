@@ -38,6 +38,17 @@ struct DeviceSet {
     size_t current = SIZE_MAX;
 };
 
+/** A descriptor that closes by itself. */
+struct Descriptor {
+    explicit Descriptor(int opened) : number(opened) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (number >= 0) close(number);
+    }
+    const int number;
+};
+
 struct FolderCloser {
     void operator()(DIR* folder) const { closedir(folder); }
 };
@@ -50,10 +61,9 @@ static HandleTable<DeviceSet>& DeviceSets() {
     return table;
 }
 
-/** Reads the one line of a sysfs file; empty when there is none. */
-static std::string ReadLine(const std::string& path) {
+/** Reads the one line of a file that was just opened, and closes it; empty when the descriptor is none. */
+static std::string ReadLine(int descriptor) {
     char line[4096];
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) return "";
     const ssize_t count = read(descriptor, line, sizeof line);
     close(descriptor);
@@ -61,29 +71,46 @@ static std::string ReadLine(const std::string& path) {
     return text.substr(0, text.find_first_of(std::string_view("\n\0", 2)));
 }
 
-static bool Exists(const std::string& path) {
-    return access(path.c_str(), F_OK) == 0;
+static int OpenLine(int folder, const std::string& name) {
+    return openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+}
+
+static bool Exists(int folder, const std::string& name) {
+    return faccessat(folder, name.c_str(), F_OK, 0) == 0;
 }
 
 /**
- * Whether a device stands behind a port. The kernel makes an entry for every built-in port that there might
- * be: those that it did not find have the type 0. A USB port's entry goes away with the device.
+ * Whether a port's entry is one of those that the kernel makes for every built-in port that there might be:
+ * where it found none the type is 0. A USB port's entry goes away with the device.
  */
-static bool IsPresent(const std::string& entry) {
-    if (!Exists(entry + "/device/driver")) return false;
-    return !Exists(entry + "/type") || strtol(ReadLine(entry + "/type").c_str(), nullptr, 10) != 0;
+static bool IsEmptyPlace(const std::string& entry) {
+    const int type = OpenLine(AT_FDCWD, entry + "/type");
+    if (type < 0 && errno == ENOENT) return false;
+    return strtol(ReadLine(type).c_str(), nullptr, 10) == 0;
 }
 
-/** The product text of the USB device that a port belongs to; empty when it is no USB device or has no text.
- */
-static std::string UsbProduct(const std::string& entry) {
+/** The product text of the USB device that a port's hardware belongs to; empty when there is none. */
+static std::string UsbProduct(int hardware) {
     // The port hangs one or two floors below its USB device, which is the first to have a vendor number.
     // Going further would end at the hub, whose product text says nothing about the port.
-    std::string folder = entry + "/device";
-    for (int floor = 0; floor < 4; ++floor, folder += "/..") {
-        if (Exists(folder + "/idVendor")) return ReadLine(folder + "/product");
+    std::string floor;
+    for (int count = 0; count < 4; ++count, floor += "../") {
+        if (Exists(hardware, floor + "idVendor")) return ReadLine(OpenLine(hardware, floor + "product"));
     }
     return "";
+}
+
+/** Adds the port of an entry when a device stands behind it. */
+static void AddIfPresent(const std::string& entry, uint32_t number, std::vector<Device>* devices) {
+    // The way to the hardware is long: it is gone once, and everything else asked from there.
+    const Descriptor hardware(open((entry + "/device").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (hardware.number < 0) return;
+    if (Exists(hardware.number, "driver") && !IsEmptyPlace(entry)) {
+        Device device = {};
+        snprintf(device.port_name, sizeof device.port_name, "COM%u", number);
+        device.friendly = UsbProduct(hardware.number);
+        devices->push_back(device);
+    }
 }
 
 /** The index behind a kind's name in an entry's name; the kind's count when the entry is of another kind. */
@@ -113,12 +140,7 @@ static std::map<uint32_t, std::string> ListPorts(const std::string& tty_class_fo
 
 static void AddPresentDevices(const std::string& tty_class_folder, std::vector<Device>* devices) {
     for (const auto& [number, name] : ListPorts(tty_class_folder)) {
-        const std::string entry = tty_class_folder + "/" + name;
-        if (!IsPresent(entry)) continue;
-        Device device = {};
-        snprintf(device.port_name, sizeof device.port_name, "COM%u", number);
-        device.friendly = UsbProduct(entry);
-        devices->push_back(device);
+        AddIfPresent(tty_class_folder + "/" + name, number, devices);
     }
 }
 
