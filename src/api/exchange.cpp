@@ -101,9 +101,8 @@ static eExchangeStep FindPort(tExchange* exchange) {
     char strFound[sizeof exchange->strPortName] = {};
     vListComPorts(strFound);
     if (strFound[0] == '\0') return TakeEmulatorPort(exchange);
-    if (!VKO_FormatText(exchange->strPortName, sizeof exchange->strPortName, "\\\\?\\%s", strFound)) {
-        STEP_LOG(VKO_LOG_WRN, "Win:WR:STEP-02.1 Port[%s]TOO LONG, CUT\n", exchange->strPortName);
-    }
+    // A port's name has 15 characters, a fixed port's 127 at most: both fit.
+    VKO_FormatText(exchange->strPortName, sizeof exchange->strPortName, "\\\\?\\%s", strFound);
     return EXCHANGE_ON;
 }
 
