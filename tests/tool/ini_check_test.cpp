@@ -79,6 +79,17 @@ TEST_F(IniCheckTest, ChangedValuesWithoutEffectAreToldWithTheReason) {
                                   HasSubstr("vale PathWindows")));
 }
 
+TEST_F(IniCheckTest, AFolderOfReceiptsIsFoundWithEitherSeparator) {
+    const std::filesystem::path folder = PathOf(file_ + ".receipts") / "new";
+    std::filesystem::create_directories(folder);
+    const std::string parent = NameOf(folder.parent_path());
+    EXPECT_THAT(Bad("[CUPOM_DESK]\nPathWindows=" + parent + "/new\nEnable=1\n"), IsEmpty());
+    EXPECT_THAT(Bad("[CUPOM_DESK]\nPathWindows=" + parent + "\\new\nEnable=1\n"), IsEmpty());
+    EXPECT_THAT(Bad("[CUPOM_DESK]\nPathWindows=" + parent + "\\old\nEnable=1\n"),
+                ElementsAre(HasSubstr("esta pasta não existe")));
+    std::filesystem::remove_all(folder.parent_path());
+}
+
 TEST_F(IniCheckTest, AllNineTimeOutsOfTheSecondHalfHaveNoEffect) {
     std::string text = "[SAT_TIMEOUT]\n";
     for (const char* const name :

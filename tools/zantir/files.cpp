@@ -18,6 +18,11 @@ std::string NameOf(const std::filesystem::path& path) {
     return {name.begin(), name.end()};
 }
 
+std::string NativeName(std::string name) {
+    if (std::filesystem::path::preferred_separator == '/') std::replace(name.begin(), name.end(), '\\', '/');
+    return name;
+}
+
 bool ReadFile(const std::string& name, std::string* bytes, size_t limit) {
     bytes->clear();
     if (name == "-") {

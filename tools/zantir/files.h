@@ -17,6 +17,9 @@ std::filesystem::path PathOf(std::string_view name);
 /** A path's name in UTF-8. */
 std::string NameOf(const std::filesystem::path& path);
 
+/** A name as SAT.ini gives it with this system's separators: the library takes both everywhere. */
+std::string NativeName(std::string name);
+
 /** Reads a file's bytes, at most `limit`. "-" is standard input. False when it cannot be read. */
 bool ReadFile(const std::string& name, std::string* bytes, size_t limit = SIZE_MAX);
 

@@ -86,7 +86,7 @@ std::string FolderFault(const IniKey& key, const std::string& value, const std::
     std::string enabled;
     const bool on =
         LibraryValue(ini_file, key.section, "Enable", &enabled) && enabled.compare(0, 1, "1") == 0;
-    return on && !value.empty() && !IsFolder(ToUtf8(value)) ? Say(NO_FOLDER) : "";
+    return on && !value.empty() && !IsFolder(ToUtf8(NativeName(value))) ? Say(NO_FOLDER) : "";
 }
 
 std::string LogModeFault(const std::string& value) {

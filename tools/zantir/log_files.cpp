@@ -14,10 +14,7 @@ namespace tool {
 std::string LogFolderOf(const std::string& ini_file) {
     std::string folder;
     if (!LibraryValue(ini_file, "LOG", "LogFilePath", &folder) || folder.empty()) return "Log";
-    // The library takes both separators everywhere.
-    if (std::filesystem::path::preferred_separator == '/')
-        std::replace(folder.begin(), folder.end(), '\\', '/');
-    return ToUtf8(folder);
+    return ToUtf8(NativeName(folder));
 }
 
 FolderSize MeasureFolder(const std::string& folder) {
