@@ -13,6 +13,10 @@ const PageLanguage PAGE_LANGUAGES[2] = {
      "yes", "no", "(not there)", "(none)", "(empty)"},
 };
 
+void PrintTo(const PageLanguage& language, std::ostream* out) {
+    *out << language.name;
+}
+
 std::string LanguageName(const testing::TestParamInfo<PageLanguage>& info) {
     return info.param.name;
 }

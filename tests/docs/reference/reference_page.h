@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,7 +29,8 @@ struct PageLanguage {
 
 extern const PageLanguage PAGE_LANGUAGES[2];
 
-/** For the names of parametrised tests. */
+/** For the names of parametrised tests, and for what a failed one shows. */
+void PrintTo(const PageLanguage& language, std::ostream* out);
 std::string LanguageName(const testing::TestParamInfo<PageLanguage>& info);
 
 /** A file of the project, by its path from the top. Fails the test when there is none. */
