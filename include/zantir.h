@@ -57,10 +57,11 @@
  * - `-01000`, L[2013], "SAT Nao encontrado!!!": no device on any port, and the emulator is not enabled.
  * - `-02002`, L[2052], "Erro de Comunicacao com SAT": the port's name is no COM name.
  * - `-02003`, L[2063], the same words: the port's name has no number.
- * - L[2075], the same words: the port could not be opened. The code tells why; 30 s were spent when another
- *   program holds it.
- * - L[2087], "Falha ao Configurar Porta de Comunicacao com SAT": the port refused its settings.
- * - L[2110], "SAT Nao Encontrado": the command did not get through on COM1.
+ * - `-01000`, L[2075], the same words: the port could not be opened. The diagnostic log tells why, in
+ *   "GetLastError()"; 30 s were spent when another program holds it or permission is missing.
+ * - `-01002`, `-01003`, `-01004`, `-01005`, L[2087], "Falha ao Configurar Porta de Comunicacao com SAT": the
+ *   port refused its settings.
+ * - L[2110], "SAT Nao Encontrado": the command did not get through on COM1; the codes are those of L[2114].
  * - L[2114], "Falha ao enviar Comando ao SAT[PORT]": `-00001` no acknowledgement came, `-01005` the device
  *   refused the command, `-01007` the port took no bytes.
  * - `-00001`, L[2127], "Falha ao receber resposta do  SAT": no reply in time, or three spoiled ones.
@@ -80,7 +81,7 @@
  * Each function below has a time-out, in seconds, for the first byte of its reply; section SAT_TIMEOUT of
  * "SAT.ini" changes those of the first seven commands. Without a device a call returns at once, and against a
  * dead line after that time-out and at most 8 s; the lock costs up to 3 s more while another process has the
- * device, and a port that another program holds 30 s.
+ * device, and a port that another program holds, or for which permission is missing, 30 s.
  *
  * Whatever a device does on purpose, such as trickling its bytes, no call takes longer than its time-out and
  * 3800 s: 3 s for the lock, 33 s for the port, half an hour and a minute each for the bytes of the command
