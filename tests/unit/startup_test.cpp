@@ -200,6 +200,20 @@ TEST_F(Startup, AnIniWhoseStatusCannotBeReadIsNotReloaded) {
     EXPECT_FALSE(World().files.Exists("SAT.ini"));
 }
 
+TEST_F(Startup, AnIniThatIsEmptiedIsWrittenAtTheNextCallAndOneThatIsRemovedIsNot) {
+    WriteIni("[SAT_TIMEOUT]\nConsultarSAT=55\n");
+    VersaoDllZantir();
+    World().files.Remove("SAT.ini");
+    Later();
+    VersaoDllZantir();
+    EXPECT_FALSE(World().files.Exists("SAT.ini"));
+    EXPECT_EQ(gl_tSatCmd[4].iTimeout, 55);
+    WriteIni("");
+    VersaoDllZantir();
+    EXPECT_EQ(FileText("SAT.ini"), DefaultIni());
+    EXPECT_EQ(gl_tSatCmd[4].iTimeout, 10);
+}
+
 TEST_F(Startup, ALaterCallMovesALogAboveItsLimitAside) {
     WriteIni("[LOG]\nLogFilePath=Log\nLogFileMaxSize=500\nLogMode=5\n");
     init_global_sat_struct();

@@ -99,14 +99,31 @@ TEST_P(ErrorsPage, ListsTheTextsThatNoCallReturns) {
     std::set<std::string> texts;
     WriteExchangeError(gl_strSatRsp, EXCHANGE_NOT_OPENED, -2004, "\\\\?\\COM5");
     texts.insert(gl_strSatRsp);
-    WriteExchangeError(gl_strSatRsp, EXCHANGE_NOT_SENT, -1006, "\\\\?\\COM5");
-    texts.insert(gl_strSatRsp);
+    for (const eExchangeError error : {EXCHANGE_NOT_SENT_ON_COM1, EXCHANGE_NOT_SENT}) {
+        WriteExchangeError(gl_strSatRsp, error, -1006, "\\\\?\\COM5");
+        texts.insert(gl_strSatRsp);
+    }
     generate_98_return(gl_strSatRsp, 1, 15, 5);
     texts.insert(gl_strSatRsp);
     generate_98_return(gl_strSatRsp, 1, 0, -1);
     texts.insert(gl_strSatRsp);
     EXPECT_EQ(TextsIn(SectionOf("## Textos que nenhuma chamada devolve", "## Texts that no call returns")),
               texts);
+}
+
+TEST_P(ErrorsPage, TheHeaderNamesEachCodeBesideItsPlaceToo) {
+    const std::string header = ProjectFile("include/zantir.h");
+    const auto entry = [&](const std::string& place) {
+        const size_t at = header.rfind(" * - ", header.find(place + ","));
+        return header.substr(at, header.find("\n * -", at + 1) - at);
+    };
+    for (const Returned& failure : EveryFailure()) {
+        const std::string place = failure.text.substr(failure.text.find(" L[") + 1, 7);
+        const std::string code = "`" + failure.text.substr(failure.text.find('[') + 1, 6) + "`";
+        EXPECT_THAT(entry(place), testing::HasSubstr(place)) << failure.text;
+        // COM1 has words of its own, and the codes of every other port.
+        EXPECT_THAT(entry(place == "L[2110]" ? "L[2114]" : place), testing::HasSubstr(code)) << failure.text;
+    }
 }
 
 TEST_P(ErrorsPage, NoOtherSourceMakesErrorTexts) {
