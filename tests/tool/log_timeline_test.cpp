@@ -121,6 +121,19 @@ TEST(LogTimelineStepsTest, DiagnosticLogAloneTellsWhatFailed) {
                 ElementsAre("ConsultarSAT falha", "ConsultarSAT falha", "ConsultarSAT falha"));
 }
 
+TEST(LogTimelineStepsTest, KeysThatTheSettingsLackAreNoExchange) {
+    const Sample sample = {
+        "[12:04:05.006]ERR [0024] VKO_GetIniFileValue rc[-00304]ER:INI_FILE_ERR_SESSION_NOT_FOUND Fail\n\t "
+        "pIniFileName[SAT.ini] \n\t     pSession[LOG] \n\t        pItem[LogMode] \n\t    pRetValue[]\n"
+        "[12:04:05.006]ERR [0076]  ../src/vko_utils/vko_utils  VKO_SetIniFileLogMode  rc[-304]ER FileName[SAT.ini] "
+        "Session[LOG] item[LogMode=1]<DEFAULT>\n"
+        "[12:04:05.007]ERR [0130]  ../src/api/ZANTIR  UpdateZantirConfiguration  rc[-304]ER:FAIL  STEP03c  "
+        "ZantirIniFileName[SAT.ini]  strSessionName[LOG]  item[LogMode=]\n",
+        "20261120120405 PC->SAT >> [<02>ConsultarSAT|000003<42><03>]OK:a\n"
+        "20261120120405 SAT->PC << [<02>000003|08000|SAT em operacao||<4F><03>]OK:b\n"};
+    EXPECT_THAT(Summary(TimelineOf(sample)), ElementsAre("ConsultarSAT aceito"));
+}
+
 TEST(LogTimelineStepsTest, NothingGivesNothing) {
     EXPECT_TRUE(BuildTimeline({}, {}).empty());
 }

@@ -41,6 +41,10 @@ const EventRule RULES[] = {
     {"lSerialWriteAck", "NAK", EventKind::SentNak, false, {"NAK enviado", "NAK sent"}, nullptr},
     {"lSerialWriteAck", "ACK", EventKind::SentAck, false, {"ACK enviado", "ACK sent"}, nullptr},
     {"Communicate", "STEP-07.0", EventKind::End, false, {"", ""}, nullptr},
+    // A key that SAT.ini lacks is reported each time the file is read: no step of an exchange.
+    {"VKO_GetIniFileValue", "", EventKind::Other, false, {"", ""}, nullptr},
+    {"VKO_SetIniFileLogMode", "", EventKind::Other, false, {"", ""}, nullptr},
+    {"UpdateZantirConfiguration", "", EventKind::Other, false, {"", ""}, nullptr},
     // The lines above say it already.
     {"Communicate", "[FAIL]", EventKind::Error, true, {"", ""}, nullptr},
     {"cSerialWriteBufW", "<< ACK", EventKind::Error, true, {"", ""}, nullptr},
