@@ -34,7 +34,7 @@ const ErrorRow ERRORS[] = {
     {2052, 0, {"O nome da porta não contém COM em maiúsculas.", "The port's name does not contain COM in capitals."}, CHECK_FIXED_PORT},
     {2063, 0, {"O número depois de COM é menor que 1.", "The number behind COM is below 1."}, CHECK_FIXED_PORT},
     {2075, 0, {"A porta não pôde ser aberta: não existe, falta permissão ou outro programa a usa.", "The port could not be opened: there is none, permission is missing or another program holds it."},
-              {"Feche o programa que usa a porta; no Linux zantir diagnostico diz qual é, e o usuário precisa estar no grupo dialout.", "Close the program that holds the port; on Linux zantir diagnostico says which one it is, and the user has to be in the group dialout."}},
+              {"Confira com zantir portas se a porta existe. Feche o programa que a usa; no Linux zantir diagnostico diz qual é, e o usuário precisa estar no grupo dialout.", "See with zantir portas whether the port is there. Close the program that holds it; on Linux zantir diagnostico says which one it is, and the user has to be in the group dialout."}},
     {2087, -1002, {"A porta não aceitou 115200,n,8,1.", "The port did not accept 115200,n,8,1."}, SWITCH_OFF_AND_ON},
     {2087, 0, {"A porta abriu mas não aceitou a configuração.", "The port opened but did not accept its settings."}, SWITCH_OFF_AND_ON},
     {2110, 0, {"Nada respondeu na COM1: é a porta da própria máquina, não a do SAT.", "Nothing answered on COM1: that is the machine's own port, not the device's."}, CHECK_CABLE},
