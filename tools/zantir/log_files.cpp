@@ -1,6 +1,5 @@
 #include "log_files.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
