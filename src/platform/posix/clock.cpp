@@ -1,23 +1,22 @@
 /*
  * Clocks and sleeping.
  */
-#include <cerrno>
-#include <ctime>
+#include "clock.h"
 
-#include "../platform.h"
+#include <algorithm>
+#include <cerrno>
 
 constexpr int64_t kNanosecondsASecond = 1000000000;
 constexpr int64_t kSystemTicksASecond = 10000000;  // of 100 ns
 constexpr int64_t kSecondsFrom1601To1970 = 11644473600;
 
-static void SplitTime(const timespec& now, const tm& parts, plat_calendar* calendar) {
+void ComposeCalendar(const timespec& now, const tm& parts, plat_calendar* calendar) {
     calendar->year = parts.tm_year + 1900;
     calendar->month = parts.tm_mon + 1;
     calendar->day = parts.tm_mday;
     calendar->hour = parts.tm_hour;
     calendar->minute = parts.tm_min;
-    // A leap second would be the only value that Windows never shows.
-    calendar->second = parts.tm_sec < 60 ? parts.tm_sec : 59;
+    calendar->second = std::min(parts.tm_sec, 59);
     calendar->millisecond = static_cast<int>(now.tv_nsec / 1000000);
 }
 
@@ -26,7 +25,7 @@ void plat_utc_now(plat_calendar* now) {
     tm parts = {};
     clock_gettime(CLOCK_REALTIME, &time);
     gmtime_r(&time.tv_sec, &parts);
-    SplitTime(time, parts, now);
+    ComposeCalendar(time, parts, now);
 }
 
 void plat_local_now(plat_calendar* now) {
@@ -34,7 +33,7 @@ void plat_local_now(plat_calendar* now) {
     tm parts = {};
     clock_gettime(CLOCK_REALTIME, &time);
     localtime_r(&time.tv_sec, &parts);
-    SplitTime(time, parts, now);
+    ComposeCalendar(time, parts, now);
 }
 
 int64_t plat_counter_frequency() {
@@ -67,16 +66,33 @@ int64_t plat_calendar_to_system_time(const plat_calendar* utc) {
            utc->millisecond * (kSystemTicksASecond / 1000);
 }
 
-void plat_sleep_ms(uint32_t milliseconds) {
-    timespec end = {};
-    clock_gettime(CLOCK_MONOTONIC, &end);
-    end.tv_sec += milliseconds / 1000;
-    end.tv_nsec += static_cast<long>(milliseconds % 1000) * 1000000;
-    if (end.tv_nsec >= kNanosecondsASecond) {
-        end.tv_sec += 1;
-        end.tv_nsec -= kNanosecondsASecond;
+timespec ToTimespec(uint64_t microseconds) {
+    timespec span = {};
+    span.tv_sec = static_cast<time_t>(microseconds / 1000000);
+    span.tv_nsec = static_cast<long>(microseconds % 1000000) * 1000;
+    return span;
+}
+
+timespec TimeAfter(const timespec& moment, uint64_t microseconds) {
+    timespec after = ToTimespec(microseconds);
+    after.tv_sec += moment.tv_sec;
+    after.tv_nsec += moment.tv_nsec;
+    if (after.tv_nsec >= kNanosecondsASecond) {
+        ++after.tv_sec;
+        after.tv_nsec -= kNanosecondsASecond;
     }
+    return after;
+}
+
+void SleepFor(uint64_t microseconds) {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const timespec end = TimeAfter(now, microseconds);
     // An absolute end: a signal in between neither shortens nor lengthens the sleep.
     while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
     }
+}
+
+void plat_sleep_ms(uint32_t milliseconds) {
+    SleepFor(static_cast<uint64_t>(milliseconds) * 1000);
 }

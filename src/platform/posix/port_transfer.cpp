@@ -5,8 +5,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <ctime>
+#include <chrono>
 
+#include "clock.h"
 #include "last_error.h"
 #include "port.h"
 
@@ -21,17 +22,9 @@ enum class Look {
 }  // namespace
 
 static uint64_t NowUs() {
-    return static_cast<uint64_t>(plat_counter()) / 1000;
-}
-
-static timespec ToTimespec(uint64_t microseconds) {
-    // An hour at most: whoever waits longer comes again.
-    constexpr uint64_t kLongestUs = 3600000000;
-    if (microseconds > kLongestUs) microseconds = kLongestUs;
-    timespec time = {};
-    time.tv_sec = static_cast<time_t>(microseconds / 1000000);
-    time.tv_nsec = static_cast<long>(microseconds % 1000000) * 1000;
-    return time;
+    using std::chrono::microseconds;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<uint64_t>(std::chrono::duration_cast<microseconds>(now).count());
 }
 
 /** Waits for a line to be ready, at most so long. False when it was hung up. */
@@ -49,12 +42,7 @@ static bool WaitForLine(int descriptor, short events, uint64_t wait_us) {
  * asks again and again does so at the pace of a silent line. Without a time-out there is nothing to wait for.
  */
 static void WaitOutTimeout(uint64_t wait_us) {
-    if (wait_us == PLAT_WAIT_WITHOUT_END) return;
-    const uint64_t end_us = NowUs() + wait_us;
-    for (uint64_t now_us = NowUs(); now_us < end_us; now_us = NowUs()) {
-        const timespec rest = ToTimespec(end_us - now_us);
-        clock_nanosleep(CLOCK_MONOTONIC, 0, &rest, nullptr);
-    }
+    if (wait_us != PLAT_WAIT_WITHOUT_END) SleepFor(wait_us);
 }
 
 /** Judges the result of one read or write call, and counts its bytes. */
@@ -80,7 +68,8 @@ uint32_t plat_port_read(plat_handle port, void* buffer, uint32_t size) {
     const plat_port_timeouts timeouts = TimeoutsOf(found.get());
     const uint64_t start_us = NowUs();
     uint64_t last_us = start_us;
-    plat_transfer_progress progress = {size, 0, 0, 0};
+    plat_transfer_progress progress = {};
+    progress.requested = size;
     bool hung_up = false;
     for (;;) {
         char* const next = static_cast<char*>(buffer) + progress.done;
@@ -106,7 +95,8 @@ uint32_t plat_port_write(plat_handle port, const void* bytes, uint32_t size) {
 
     const plat_port_timeouts timeouts = TimeoutsOf(found.get());
     const uint64_t start_us = NowUs();
-    plat_transfer_progress progress = {size, 0, 0, 0};
+    plat_transfer_progress progress = {};
+    progress.requested = size;
     while (progress.done < size) {
         const char* const next = static_cast<const char*>(bytes) + progress.done;
         const Look look = Judge(write(found->descriptor, next, size - progress.done), &progress);
