@@ -8,7 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -16,34 +15,30 @@
 #include "../platform.h"
 #include "last_error.h"
 
-/**
- * The folder of the lock files. Every user must come to the same one, so it counts whether everybody may
- * write there, not whether this process may.
- */
-static const char* LockFolder() {
-    static const char kFolder[] = "/run/lock";
+/** What may stand in a file's name as it is. Spelled out, since what counts as a letter depends on the
+ * locale. */
+static const char kPlainLetters[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+
+// Every user must come to the same folder, so it counts whether everybody may write there, not whether this
+// process may.
+const char* ChooseLockFolder(const char* preferred, const char* other) {
     struct stat status = {};
-    const bool shared = stat(kFolder, &status) == 0 && S_ISDIR(status.st_mode) &&
-                        (status.st_mode & S_IWOTH) != 0 && access(kFolder, W_OK) == 0;
-    return shared ? kFolder : "/tmp";
+    const bool shared = stat(preferred, &status) == 0 && S_ISDIR(status.st_mode) &&
+                        (status.st_mode & S_IWOTH) != 0 && access(preferred, W_OK) == 0;
+    return shared ? preferred : other;
 }
 
-/** Writes the path for a mutex name. Two names never share a path: what is not alphanumeric goes as "_XX". */
-static bool ComposePath(const char* name, char* path, size_t size) {
-    size_t length = static_cast<size_t>(snprintf(path, size, "%s/mutex-", LockFolder()));
+/** The path for a mutex name. Two names never share a path: what is not alphanumeric goes as "_XX". */
+static std::string ComposePath(const char* name) {
+    std::string path = std::string(ChooseLockFolder("/run/lock", "/tmp")) + "/mutex-";
     for (; *name != '\0'; ++name) {
-        if (length + sizeof "_XX.lock" > size) {
-            SetLastErrno(ENAMETOOLONG);
-            return false;
+        char letter[8] = {*name, '\0'};
+        if (strchr(kPlainLetters, *name) == nullptr) {
+            snprintf(letter, sizeof letter, "_%02X", static_cast<unsigned char>(*name));
         }
-        const unsigned char letter = static_cast<unsigned char>(*name);
-        const int written = letter < 0x80 && isalnum(letter) != 0
-                                ? snprintf(path + length, size - length, "%c", letter)
-                                : snprintf(path + length, size - length, "_%02X", letter);
-        length += static_cast<size_t>(written);
+        path += letter;
     }
-    snprintf(path + length, size - length, ".lock");
-    return true;
+    return path + ".lock";
 }
 
 /** Opens the file if it is there, else creates it for everybody. -1 and errno on failure. */
@@ -54,19 +49,20 @@ static int OpenOrCreate(const char* path) {
     int descriptor = open(path, kFlags);
     if (descriptor >= 0 || errno != ENOENT) return descriptor;
 
-    descriptor = open(path, kFlags | O_CREAT | O_EXCL, 0666);
+    constexpr mode_t kForEverybody = 0666;
+    descriptor = open(path, kFlags | O_CREAT | O_EXCL, kForEverybody);
     if (descriptor >= 0) {
         // The creator's umask must not shut other users out.
-        fchmod(descriptor, 0666);
+        fchmod(descriptor, kForEverybody);
         return descriptor;
     }
-    return errno == EEXIST ? open(path, kFlags) : -1;
+    return errno == EEXIST ? open(path, kFlags) : descriptor;
 }
 
 static bool OpenPath(LockFile* file) {
     constexpr int kTries = 20;
     for (int attempt = 0; attempt < kTries; ++attempt) {
-        file->descriptor = OpenOrCreate(file->path);
+        file->descriptor = OpenOrCreate(file->path.c_str());
         // Between its creation and its opening to everybody a file may refuse another user for a moment.
         if (file->descriptor >= 0 || (errno != EACCES && errno != ENOENT)) break;
         plat_sleep_ms(1);
@@ -85,8 +81,8 @@ static bool OpenPath(LockFile* file) {
 }
 
 bool OpenLockFile(const char* name, LockFile* file) {
-    file->descriptor = -1;
-    return ComposePath(name, file->path, sizeof file->path) && OpenPath(file);
+    file->path = ComposePath(name);
+    return OpenPath(file);
 }
 
 /** Whether the descriptor is still the file that others find under the path: it may have been cleaned away.
@@ -94,7 +90,7 @@ bool OpenLockFile(const char* name, LockFile* file) {
 static bool IsFileOfPath(const LockFile& file) {
     struct stat opened = {};
     struct stat found = {};
-    return fstat(file.descriptor, &opened) == 0 && lstat(file.path, &found) == 0 &&
+    return fstat(file.descriptor, &opened) == 0 && lstat(file.path.c_str(), &found) == 0 &&
            opened.st_dev == found.st_dev && opened.st_ino == found.st_ino;
 }
 
@@ -115,10 +111,10 @@ LockResult TryLock(LockFile* file) {
 }
 
 void Unlock(LockFile* file) {
-    if (file->descriptor >= 0) flock(file->descriptor, LOCK_UN);
+    flock(file->descriptor, LOCK_UN);
 }
 
 void CloseLockFile(LockFile* file) {
-    if (file->descriptor >= 0) close(file->descriptor);
+    close(file->descriptor);
     file->descriptor = -1;
 }

@@ -5,9 +5,11 @@
  */
 #pragma once
 
+#include <string>
+
 struct LockFile {
-    char path[512];
-    int descriptor;  ///< -1 while the file is not open
+    std::string path;
+    int descriptor = -1;  ///< -1 while the file is not open
 };
 
 enum class LockResult {
@@ -16,7 +18,16 @@ enum class LockResult {
     failed  ///< the last error tells why
 };
 
-/** Finds the path for a mutex name and opens the file, created if missing. False on failure. */
+/**
+ * The folder that lock files go to: `preferred` if everybody may write there and this process can, else
+ * `other`.
+ */
+const char* ChooseLockFolder(const char* preferred, const char* other);
+
+/**
+ * Finds the path for a mutex name and opens the file, created if missing. False on failure. Throws
+ * std::bad_alloc.
+ */
 bool OpenLockFile(const char* name, LockFile* file);
 
 /** Tries once to take the lock, without waiting. */

@@ -129,15 +129,15 @@ TEST_F(ProcessMutex, AFileThatIsNotOursIsRefused) {
     LockFile other = {};
     ASSERT_TRUE(OpenLockFile(other_name.c_str(), &other));
     CloseLockFile(&other);
-    ASSERT_EQ(unlink(other.path), 0);
+    ASSERT_EQ(unlink(other.path.c_str()), 0);
 
-    ASSERT_EQ(symlink(path.c_str(), other.path), 0);
+    ASSERT_EQ(symlink(path.c_str(), other.path.c_str()), 0);
     EXPECT_EQ(plat_mutex_create(other_name.c_str()), 0);
-    ASSERT_EQ(unlink(other.path), 0);
-    ASSERT_EQ(mkfifo(other.path, 0666), 0);
+    ASSERT_EQ(unlink(other.path.c_str()), 0);
+    ASSERT_EQ(mkfifo(other.path.c_str(), 0666), 0);
     EXPECT_EQ(plat_mutex_create(other_name.c_str()), 0);
     EXPECT_EQ(plat_last_error(), PLAT_ERROR_ACCESS_DENIED);
-    ASSERT_EQ(unlink(other.path), 0);
+    ASSERT_EQ(unlink(other.path.c_str()), 0);
 }
 
 TEST(LockFileName, NoTwoNamesShareAFile) {
@@ -146,11 +146,19 @@ TEST(LockFileName, NoTwoNamesShareAFile) {
     for (int index = 0; index < 3; ++index) {
         ASSERT_TRUE(OpenLockFile(names[index], &files[index]));
         CloseLockFile(&files[index]);
-        unlink(files[index].path);
+        unlink(files[index].path.c_str());
     }
-    EXPECT_STRNE(files[0].path, files[1].path);
-    EXPECT_STRNE(files[0].path, files[2].path);
-    EXPECT_STRNE(files[1].path, files[2].path);
+    EXPECT_NE(files[0].path, files[1].path);
+    EXPECT_NE(files[0].path, files[2].path);
+    EXPECT_NE(files[1].path, files[2].path);
+}
+
+TEST(LockFileName, KeepsLettersAndDigitsAndSpellsOutTheRest) {
+    LockFile file = {};
+    ASSERT_TRUE(OpenLockFile("zZ09 /_\x80\xe9", &file));
+    CloseLockFile(&file);
+    unlink(file.path.c_str());
+    EXPECT_EQ(file.path.substr(file.path.rfind('/')), "/mutex-zZ09_20_2F_5F_80_E9.lock");
 }
 
 TEST(LockFileName, TooLongAName) {
