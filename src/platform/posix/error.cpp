@@ -50,7 +50,7 @@ static int ErrnoOfCode(uint32_t code) {
         case kErrorNotOwner:
             return EPERM;
         default:
-            return code <= INT32_MAX ? static_cast<int>(code) : -1;
+            return static_cast<int>(code);
     }
 }
 

@@ -27,8 +27,8 @@ using SteadyTime = std::chrono::steady_clock::time_point;
 struct NamedMutex {
     std::string name;
     LockFile file = {};
-    uint64_t owner = 0;  ///< the thread that owns the mutex, or is just taking the file's lock; 0 when none
-    uint32_t depth = 0;  ///< how often the owner has taken it; 0 while it is still taking the file's lock
+    uint64_t owner = 0;   ///< the thread that owns the mutex, or is just taking the file's lock; 0 when none
+    uint32_t depth = {};  ///< how often the owner has taken it; without meaning until it has the file's lock
     bool abandoned = false;
 };
 
@@ -55,7 +55,7 @@ constexpr std::chrono::milliseconds kPollInterval(2);
 static Registry& TheRegistry();
 
 static uint64_t NextThreadId() {
-    static std::atomic<uint64_t> last_id{0};
+    static std::atomic<uint64_t> last_id;
     return ++last_id;
 }
 
@@ -67,7 +67,6 @@ ThreadMark::~ThreadMark() {
     for (NamedMutex& mutex : registry.mutexes) {
         if (mutex.owner != id) continue;
         mutex.owner = 0;
-        mutex.depth = 0;
         mutex.abandoned = true;
         Unlock(&mutex.file);
     }
@@ -96,7 +95,6 @@ static void AfterForkInChild() {
     for (NamedMutex& mutex : registry.mutexes) {
         CloseLockFile(&mutex.file);
         mutex.owner = 0;
-        mutex.depth = 0;
         mutex.abandoned = false;
     }
     // The old one may count waiters that exist in the parent alone, so it cannot even be deleted.
@@ -190,11 +188,8 @@ static LockResult WaitForProcesses(Registry* registry, std::unique_lock<std::mut
 }
 
 static SteadyTime DeadlineAfter(uint32_t milliseconds) {
-    constexpr uint32_t kEndless = 0xFFFFFFFF;
-    const SteadyTime now = std::chrono::steady_clock::now();
-    // A year stands for "without end": it cannot overflow the clock.
-    return now + (milliseconds == kEndless ? std::chrono::hours(24 * 365)
-                                           : std::chrono::milliseconds(milliseconds));
+    // The largest value, which Windows takes for "without end", is seven weeks here.
+    return std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
 }
 
 /** The wait proper, for a thread that does not own the mutex yet. */

@@ -128,12 +128,12 @@ bool plat_port_raise(plat_handle port, plat_port_signal signal) {
 bool plat_port_flush(plat_handle port) {
     const std::shared_ptr<Port> found = FindPort(port);
     if (found == nullptr) return false;
-    int result = 0;
-    do {
-        result = tcdrain(found->descriptor);
-    } while (result != 0 && errno == EINTR);
-    if (result != 0) SetLastErrno(errno);
-    return result == 0;
+    while (tcdrain(found->descriptor) != 0) {
+        if (errno == EINTR) continue;
+        SetLastErrno(errno);
+        return false;
+    }
+    return true;
 }
 
 bool plat_port_close(plat_handle port) {

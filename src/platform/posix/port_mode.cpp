@@ -44,10 +44,11 @@ static bool TakeNumber(const char** cursor, uint32_t* number) {
     SkipBlanks(cursor);
     const size_t length = strspn(*cursor, "0123456789");
     if (length == 0 || length > 9) return false;
-    *number = 0;
+    uint32_t value = 0;
     for (const char* end = *cursor + length; *cursor < end; ++*cursor) {
-        *number = *number * 10 + static_cast<uint32_t>(**cursor - '0');
+        value = value * 10 + static_cast<uint32_t>(**cursor - '0');
     }
+    *number = value;
     SkipBlanks(cursor);
     return true;
 }
@@ -73,8 +74,8 @@ static bool TakeComma(const char** cursor) {
 bool plat_port_parse_mode(const char* mode, plat_line_settings* settings) {
     *settings = {};
     plat_line_settings parsed = {};
-    uint32_t data_bits = 0;
-    uint32_t stop_bits = 0;
+    uint32_t data_bits = {};
+    uint32_t stop_bits = {};
     const char* cursor = mode;
     const bool understood = TakeNumber(&cursor, &parsed.baud_rate) && TakeComma(&cursor) &&
                             TakeParity(&cursor, &parsed.parity) && TakeComma(&cursor) &&
@@ -92,14 +93,12 @@ bool plat_port_parse_mode(const char* mode, plat_line_settings* settings) {
 }
 
 static void MakeRaw(termios* line) {
+    // This also asks for a minimum of one byte, with which a read of an empty line says "try again"; with
+    // none it could not be told from a line that was hung up.
     cfmakeraw(line);
     line->c_iflag &= ~static_cast<tcflag_t>(IXOFF | IXANY | INPCK);
     line->c_cflag |= CLOCAL | CREAD;
     line->c_cflag &= ~static_cast<tcflag_t>(CRTSCTS);
-    // With a minimum of one byte a read of an empty line says "try again"; with none it could not be told
-    // from a line that was hung up.
-    line->c_cc[VMIN] = 1;
-    line->c_cc[VTIME] = 0;
 }
 
 bool SetRawLine(int descriptor) {
@@ -135,8 +134,7 @@ bool plat_port_apply(plat_handle port, const plat_line_settings* settings) {
     const tcflag_t wanted = FrameFlags(*settings);
     MakeRaw(&line);
     line.c_cflag = (line.c_cflag & ~kFrame) | wanted;
-    cfsetispeed(&line, baud_rate->code);
-    cfsetospeed(&line, baud_rate->code);
+    cfsetspeed(&line, baud_rate->code);
 
     // The call succeeds as soon as any of the settings could be made, so the line is asked what it took.
     termios taken = {};

@@ -16,10 +16,11 @@ constexpr uint32_t kFirstPseudoTerminal = 1000;
 static bool ParsePortNumber(const char* digits, uint32_t* number) {
     const size_t length = strspn(digits, "0123456789");
     if (length == 0 || length > 9 || digits[length] != '\0' || digits[0] == '0') return false;
-    *number = 0;
+    uint32_t value = 0;
     for (size_t index = 0; index < length; ++index) {
-        *number = *number * 10 + static_cast<uint32_t>(digits[index] - '0');
+        value = value * 10 + static_cast<uint32_t>(digits[index] - '0');
     }
+    *number = value;
     return true;
 }
 
@@ -43,7 +44,7 @@ PosixPath PortDeviceFile(const char* path) {
 
     const char* name = path + sizeof kFront - 1;
     PosixPath device = {};
-    uint32_t number = 0;
+    uint32_t number = {};
     device.valid = strncasecmp(name, "COM", 3) == 0 && ParsePortNumber(name + 3, &number) &&
                    DeviceOfNumber(number, &device);
     if (!device.valid) SetLastErrno(ENOENT);

@@ -32,18 +32,17 @@ static bool WriteAll(int descriptor, const void* bytes, size_t size) {
     return fsync(descriptor) == 0;
 }
 
-/** Creates a file of a name that nobody has yet, with the permissions of any new file; -1 on failure. */
+/**
+ * Creates a file of a name that nobody has yet, with the permissions of any new file; negative on failure.
+ * `fresh` has room for any path and the number behind it.
+ */
 static int CreateBeside(const char* target, char* fresh, size_t size) {
-    for (unsigned number = 0; number < 1000; ++number) {
-        const int length = snprintf(fresh, size, "%s.%d-%u", target, static_cast<int>(getpid()), number);
-        if (static_cast<size_t>(length) >= size) {
-            errno = ENAMETOOLONG;
-            return -1;
-        }
+    constexpr unsigned kLastNumber = 999;
+    for (unsigned number = 0;; ++number) {
+        snprintf(fresh, size, "%s.%d-%u", target, static_cast<int>(getpid()), number);
         const int descriptor = open(fresh, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (descriptor >= 0 || errno != EEXIST) return descriptor;
+        if (descriptor >= 0 || errno != EEXIST || number == kLastNumber) return descriptor;
     }
-    return -1;
 }
 
 /** Makes a folder's list of names durable. A file system that cannot is left to its own devices. */

@@ -22,8 +22,7 @@ static std::atomic<int> open_append{-1};
  * that loads the library anew for each sale would run out of them within days.
  */
 __attribute__((destructor)) static void CloseAppendAtUnload() {
-    const int descriptor = open_append.exchange(-1);
-    if (descriptor >= 0) close(descriptor);
+    close(open_append.exchange(-1));
 }
 
 static FILE* Stream(plat_file* file) {
@@ -102,7 +101,7 @@ int plat_append_open(const char* path) {
         descriptor = fcntl(0, F_DUPFD_CLOEXEC, 3);
         close(0);
     }
-    if (descriptor < 0) {
+    if (descriptor == -1) {
         SetLastErrno(errno);
     } else {
         open_append = descriptor;

@@ -14,7 +14,7 @@ void plat_wide_to_bytes(const wchar_t* wide, char* bytes, size_t size) {
 
     size_t length = 0;
     for (; length + 1 < size && wide[length] != L'\0'; ++length) {
-        const bool ascii = wide[length] > 0 && wide[length] < 0x80;
+        const bool ascii = static_cast<uint32_t>(wide[length]) < 0x80;
         bytes[length] = ascii ? static_cast<char>(wide[length]) : ' ';
     }
     bytes[length] = '\0';
