@@ -13,7 +13,6 @@ PosixPath ToPosixPath(const char* path) {
     const size_t length = strlen(path);
     converted.valid = length < sizeof converted.text;
     if (!converted.valid) {
-        converted.text[0] = '\0';
         SetLastErrno(ENAMETOOLONG);
         return converted;
     }

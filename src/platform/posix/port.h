@@ -3,6 +3,8 @@
  */
 #pragma once
 
+#include <termios.h>
+
 #include <memory>
 #include <mutex>
 
@@ -47,6 +49,9 @@ struct PortKind {
 
 /** The kinds of ports that discovery looks for, in the order of their numbers. */
 constexpr PortKind kPortKinds[] = {{1, 32, "ttyS"}, {33, 32, "ttyUSB"}, {65, 32, "ttyACM"}};
+
+/** The control flags for a frame's size, parity and stop bits. */
+tcflag_t FrameFlags(const plat_line_settings& settings);
 
 /** Makes the line pass every byte unchanged in both directions, with nobody's echo. False on failure. */
 bool SetRawLine(int descriptor);

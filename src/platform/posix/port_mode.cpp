@@ -1,8 +1,6 @@
 /*
  * Line settings: the mode text, and its application to a port.
  */
-#include <termios.h>
-
 #include <cerrno>
 #include <cstring>
 
@@ -111,7 +109,7 @@ bool SetRawLine(int descriptor) {
     return false;
 }
 
-static tcflag_t FrameFlags(const plat_line_settings& settings) {
+tcflag_t FrameFlags(const plat_line_settings& settings) {
     static constexpr tcflag_t kSizes[] = {CS5, CS6, CS7, CS8};
     tcflag_t flags = kSizes[(settings.data_bits - 5) & 3];
     if (settings.parity != 0) flags |= PARENB;

@@ -140,7 +140,8 @@ bool RemoveFiles(const char* path) {
     if (!name.valid) return false;
 
     char* slash = strrchr(name.text, '/');
-    FileRemoval removal = {slash != nullptr ? slash + 1 : name.text, true, false, false};
+    FileRemoval removal = {};
+    removal.pattern = slash != nullptr ? slash + 1 : name.text;
     const char* folder_name = ".";
     if (slash != nullptr) {
         *slash = '\0';

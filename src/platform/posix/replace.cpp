@@ -53,7 +53,7 @@ static void SyncFolderOf(const char* path) {
     if (slash == nullptr) {
         CopyCut(folder, sizeof folder, ".");
     } else {
-        slash[slash == folder ? 1 : 0] = '\0';
+        slash[1] = '\0';
     }
     const int descriptor = open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0) return;
