@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -14,38 +13,8 @@
 #include "child_process.h"
 #include "platform/platform.h"
 #include "platform/posix/lock_file.h"
-
-/** A mutex of its own for each test, whose file is removed at the end. */
-struct ProcessMutex : testing::Test {
-    void SetUp() override {
-        name = "zantir test " + std::to_string(plat_system_time()) + std::to_string(plat_counter());
-        old_umask = umask(077);
-        mutex = plat_mutex_create(name.c_str());
-        umask(old_umask);
-        ASSERT_TRUE(plat_handle_valid(mutex));
-        LockFile file = {};
-        ASSERT_TRUE(OpenLockFile(name.c_str(), &file));
-        CloseLockFile(&file);
-        path = file.path;
-    }
-
-    void TearDown() override { unlink(path.c_str()); }
-
-    mode_t old_umask = 0;
-    std::string name;
-    std::string path;
-    plat_handle mutex = 0;
-};
-
-/** Runs `action` in a forked child and gives its exit code. */
-template <class Action>
-static int InFork(Action action) {
-    const pid_t child = fork();
-    if (child == 0) _exit(action());
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
+#include "process_mutex.h"
+#include "processes.h"
 
 TEST_F(ProcessMutex, AForkedChildOwnsNothing) {
     ASSERT_EQ(plat_mutex_wait(mutex, 0), PLAT_WAIT_ACQUIRED);
@@ -92,11 +61,6 @@ TEST_F(ProcessMutex, AnAbandonedMutexGoesToAnotherProcess) {
     EXPECT_EQ(InFork([this] { return plat_mutex_wait(mutex, 0) == PLAT_WAIT_ACQUIRED ? 0 : 1; }), 0);
     EXPECT_EQ(plat_mutex_wait(mutex, 20000), PLAT_WAIT_ACQUIRED);
     EXPECT_TRUE(plat_mutex_release(mutex));
-}
-
-static long OpenDescriptors() {
-    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
-    return std::distance(begin(descriptors), end(descriptors));
 }
 
 TEST_F(ProcessMutex, OneDescriptorHoweverOftenItIsCreated) {

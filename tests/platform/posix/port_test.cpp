@@ -7,6 +7,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <string>
@@ -17,58 +18,10 @@
 #include "platform/platform.h"
 #include "platform/posix/port.h"
 #include "platform/read_timing.h"
+#include "pty_port.h"
 #include "stopwatch.h"
 
 constexpr uint32_t MAX = PLAT_TIMEOUT_MAX;
-
-struct PtyPort : testing::Test {
-    void SetUp() override {
-        device = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        ASSERT_GE(device, 0);
-        ASSERT_EQ(grantpt(device), 0);
-        ASSERT_EQ(unlockpt(device), 0);
-        terminal = ptsname(device);
-        const std::string number = terminal.substr(terminal.rfind('/') + 1);
-        path = "\\\\?\\COM" + std::to_string(1000 + std::stoi(number));
-        // Kept open, so that the pseudo terminal does not hang up between two opens.
-        other = open(terminal.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-        ASSERT_GE(other, 0);
-        port = plat_port_open(path.c_str());
-        ASSERT_TRUE(plat_handle_valid(port)) << plat_last_error();
-    }
-
-    void TearDown() override {
-        plat_port_close(port);
-        close(other);
-        if (device >= 0) close(device);
-    }
-
-    void SetTimeouts(const plat_port_timeouts& timeouts) const {
-        ASSERT_TRUE(plat_port_set_timeouts(port, &timeouts));
-    }
-
-    void Send(const std::string& bytes) const {
-        ASSERT_EQ(write(device, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    }
-
-    std::string Read(uint32_t size) const {
-        std::string bytes(size, '\0');
-        bytes.resize(plat_port_read(port, bytes.data(), size));
-        return bytes;
-    }
-
-    /** Closes every side but the port's own, which hangs the line up. */
-    void HangUp() {
-        close(device);
-        device = -1;
-    }
-
-    int device = -1;
-    int other = -1;
-    std::string terminal;
-    std::string path;
-    plat_handle port = PLAT_INVALID_HANDLE;
-};
 
 static std::string EveryByte() {
     std::string bytes;
@@ -124,13 +77,16 @@ TEST_F(PtyPort, SilenceEndsAfterTheTotal) {
 
 TEST_F(PtyPort, ShortTotalsAreFine) {
     SetTimeouts({10, 1, 1, 1, 1000});
-    const Stopwatch watch;
+    const Stopwatch all;
+    int64_t shortest = kGenerousMs;
     for (int count = 0; count < 50; ++count) {
+        const Stopwatch watch;
         EXPECT_EQ(Read(1), "");
+        shortest = std::min(shortest, watch.Milliseconds());
     }
-    EXPECT_GE(watch.Milliseconds(), 100);
-    // 2 ms each; a wait that only knew 10 ms steps would need 500.
-    EXPECT_LT(watch.Milliseconds(), 400);
+    EXPECT_GE(all.Milliseconds(), 100);
+    // 2 ms each, if nobody else has the processor; a wait that only knew 10 ms steps would never be so short.
+    EXPECT_LT(shortest, 10);
 }
 
 TEST_F(PtyPort, TheIntervalEndsAReadBehindItsFirstByte) {
