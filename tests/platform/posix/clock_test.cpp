@@ -3,7 +3,14 @@
  */
 #include "platform/posix/clock.h"
 
+#include <atomic>
+#include <csignal>
+#include <thread>
+
 #include <gtest/gtest.h>
+
+#include "processes.h"
+#include "stopwatch.h"
 
 TEST(UnixClock, ACalendarCountsFromTheYearZeroAndKnowsNoLeapSecond) {
     tm parts = {};
@@ -51,4 +58,52 @@ TEST(UnixClock, TheNextSecondBeginsBehindTheLastNanosecond) {
     const timespec far = TimeAfter({5, 999999999}, 2000001);
     EXPECT_EQ(far.tv_sec, 8);
     EXPECT_EQ(far.tv_nsec, 999);
+}
+
+static int64_t Nanoseconds(clockid_t clock) {
+    timespec now = {};
+    clock_gettime(clock, &now);
+    return int64_t{now.tv_sec} * 1000000000 + now.tv_nsec;
+}
+
+TEST(UnixClock, TheCounterCountsNanosecondsOfTheClockThatIsNeverSet) {
+    EXPECT_EQ(plat_counter_frequency(), 1000000000);
+    for (int round = 0; round < 100; ++round) {
+        const int64_t earlier = Nanoseconds(CLOCK_MONOTONIC);
+        const int64_t counter = plat_counter();
+        ASSERT_GE(counter, earlier);
+        ASSERT_LE(counter, Nanoseconds(CLOCK_MONOTONIC));
+    }
+}
+
+TEST(UnixClock, TheSystemTimeCountsTenthsOfMicroseconds) {
+    constexpr int64_t kEpoch = 116444736000000000;
+    for (int round = 0; round < 100; ++round) {
+        const int64_t earlier = Nanoseconds(CLOCK_REALTIME) / 100 + kEpoch;
+        const int64_t now = plat_system_time();
+        ASSERT_GE(now, earlier);
+        ASSERT_LE(now, Nanoseconds(CLOCK_REALTIME) / 100 + kEpoch);
+    }
+}
+
+TEST(UnixClock, ASignalDoesNotShortenASleep) {
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    struct sigaction old_action = {};
+    ASSERT_EQ(sigaction(SIGUSR1, &action, &old_action), 0);
+    std::atomic<pid_t> id{0};
+    int64_t slept = 0;
+    std::thread sleeper([&] {
+        const Stopwatch watch;
+        id = gettid();
+        plat_sleep_ms(60);
+        slept = watch.Milliseconds();
+    });
+    while (id == 0 || !IsAsleep(id)) {
+        std::this_thread::yield();
+    }
+    pthread_kill(sleeper.native_handle(), SIGUSR1);
+    sleeper.join();
+    EXPECT_GE(slept, 60);
+    sigaction(SIGUSR1, &old_action, nullptr);
 }

@@ -1,5 +1,6 @@
-#include "confinement.h"
-
+/*
+ * Landlock, from Linux 5.13 on, confines removals to the tests' own temporary folder.
+ */
 #include <fcntl.h>
 #include <linux/landlock.h>
 #include <sys/prctl.h>
@@ -13,6 +14,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "removal_folder.h"
 
 namespace fs = std::filesystem;
 

@@ -16,6 +16,8 @@
 #include <new>
 #include <thread>
 
+#include <gtest/gtest.h>
+
 SystemCalls system_calls;
 
 static thread_local bool plans_memory = false;
@@ -46,6 +48,20 @@ void ResetSystemCalls() {
     all.raised_line = 0;
     all.hold_flock = false;
 }
+
+namespace {
+
+/** Every test begins without plans and counts. */
+struct FreshPlans : testing::EmptyTestEventListener {
+    void OnTestStart(const testing::TestInfo&) override { ResetSystemCalls(); }
+};
+
+[[maybe_unused]] const bool gl_listening = [] {
+    testing::UnitTest::GetInstance()->listeners().Append(new FreshPlans);
+    return true;
+}();
+
+}  // namespace
 
 /** Counts a call; true when it is planned to fail, errno is then set. */
 static bool Fails(SystemCall* call) {
