@@ -35,7 +35,7 @@ struct FileCalls : ScratchFolder {
         SetLastErrno(0);
     }
 
-    static bool Print(plat_file* file, const char* format, ...) {
+    PLAT_PRINTF_CHECK(2, 3) static bool Print(plat_file* file, const char* format, ...) {
         va_list arguments;
         va_start(arguments, format);
         const bool printed = plat_file_vprintf(file, format, arguments);

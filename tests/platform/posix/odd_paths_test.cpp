@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 struct OddPaths : ScratchFolder {
     const std::string longest = std::string(5000, 'x');
 
-    static bool Print(plat_file* file, const char* format, ...) {
+    PLAT_PRINTF_CHECK(2, 3) static bool Print(plat_file* file, const char* format, ...) {
         va_list arguments;
         va_start(arguments, format);
         const bool printed = plat_file_vprintf(file, format, arguments);
