@@ -1,70 +1,9 @@
 /*
  * Discovery on a made-up copy of the kernel's view.
  */
-#include "platform/posix/devices.h"
-
-#include "scratch_folder.h"
+#include "made_up_devices.h"
 
 namespace fs = std::filesystem;
-
-struct Devices : ScratchFolder {
-    void TearDown() override {
-        plat_devices_close(devices);
-        ScratchFolder::TearDown();
-    }
-
-    /** A port of the mainboard; type "0" is one that the kernel only makes room for. */
-    static void AddBuiltIn(int index, const char* type) {
-        const fs::path hardware = "devices/platform/serial" + std::to_string(index);
-        fs::create_directories(hardware / "driver");
-        const fs::path entry = "class/ttyS" + std::to_string(index);
-        fs::create_directories(entry);
-        WriteText((entry / "type").string(), std::string(type) + "\n");
-        fs::create_directory_symlink("../../" + hardware.string(), entry / "device");
-    }
-
-    /** A USB port `floors` folders below its USB device, which hangs on a hub with a product text of its own.
-     */
-    static void AddUsb(const std::string& name, const std::string& bus, int floors, const char* product) {
-        const fs::path hub = "devices/usb1";
-        const fs::path usb = hub / bus;
-        fs::create_directories(usb);
-        WriteText((hub / "idVendor").string(), "1d6b\n");
-        WriteText((hub / "product").string(), "Some Hub\n");
-        WriteText((usb / "idVendor").string(), "0000\n");
-        if (product != nullptr) WriteText((usb / "product").string(), product);
-        fs::path hardware = usb;
-        for (int floor = 0; floor < floors; ++floor) {
-            hardware /= floor == 0 ? bus + ":1.0" : name;
-        }
-        fs::create_directories(hardware / "driver");
-        fs::create_directories("class/" + name);
-        fs::create_directory_symlink("../../" + hardware.string(), "class/" + name + "/device");
-    }
-
-    void Open() {
-        devices = OpenDevicesBelow("class");
-        ASSERT_TRUE(plat_handle_valid(devices));
-    }
-
-    std::string PortName(uint32_t index) const {
-        char name[16] = "";
-        if (!plat_devices_select(devices, index)) return "none";
-        EXPECT_TRUE(plat_devices_port_name(devices, name, sizeof name));
-        return name;
-    }
-
-    std::string Friendly(uint32_t index) const {
-        if (!plat_devices_select(devices, index)) return "none";
-        const uint32_t size = plat_devices_friendly_size(devices);
-        std::string text(size, 'x');
-        const bool read = plat_devices_friendly(devices, text.data(), size);
-        EXPECT_EQ(read, size > 0);
-        return size > 0 ? std::string(text.c_str()) : "";
-    }
-
-    plat_handle devices = PLAT_INVALID_HANDLE;
-};
 
 TEST_F(Devices, ComeInTheOrderOfTheirNumbers) {
     AddUsb("ttyACM1", "1-3", 1, "MXQ-B70 device\n");

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <string>
 
+#include "made_up_devices.h"
 #include "platform/posix/last_error.h"
 #include "process_mutex.h"
 #include "processes.h"
@@ -68,6 +69,18 @@ TEST_F(ProcessMutex, WithoutMemoryIsNotCreated) {
     ASSERT_TRUE(OpenLockFile(another.c_str(), &file));
     CloseLockFile(&file);
     unlink(file.path.c_str());
+}
+
+TEST_F(Devices, WithoutMemoryAreNoSet) {
+    AddUsb("ttyUSB0", "1-1", 2, "a product text that is longer than a short one\n");
+    AddUsb("ttyACM0", "1-2", 1, "a product text that is longer than a short one\n");
+    const int failed = WithoutMemory(
+        [this] {
+            devices = OpenDevicesBelow("class");
+            return plat_handle_valid(devices);
+        },
+        [this] { EXPECT_EQ(devices, PLAT_INVALID_HANDLE); });
+    EXPECT_GT(failed, 0);
 }
 
 struct NoMemory : Removal {

@@ -105,6 +105,49 @@ TEST_F(PtyPort, ALockThatFailsIsNotABusyPort) {
     EXPECT_EQ(plat_last_error(), static_cast<uint32_t>(ENOLCK));
 }
 
+TEST_F(PtyPort, AnOpenThatFailsInTheMiddleLeavesThePortToOthers) {
+    ASSERT_TRUE(plat_port_close(port));
+    const long count_before = OpenDescriptors();
+    struct Row {
+        SystemCall* call;
+        int passing;
+        int error;
+        uint32_t code;
+    };
+    // The device files of ports that the machine does not have can be opened, and then fail so.
+    const Row kRows[] = {{&system_calls.tcgetattr, 0, EIO, PLAT_ERROR_FILE_NOT_FOUND},
+                         {&system_calls.tcgetattr, 1, EIO, kErrorIoDevice},
+                         {&system_calls.tcsetattr, 0, EIO, kErrorIoDevice},
+                         {&system_calls.exclusive, 0, ENOTTY, ENOTTY}};
+    for (const auto& [call, passing, error, code] : kRows) {
+        SetLastErrno(0);
+        FailNext(call, 1, error, passing);
+        EXPECT_EQ(plat_port_open(path.c_str()), PLAT_INVALID_HANDLE);
+        EXPECT_EQ(plat_last_error(), code);
+        int exclusive = 1;
+        EXPECT_EQ(ioctl(other, TIOCGEXCL, &exclusive), 0);
+        EXPECT_EQ(exclusive, 0);
+        EXPECT_EQ(OpenDescriptors(), count_before);
+    }
+}
+
+TEST_F(PtyPort, SettingsThatTheSystemRefusesAreAFailure) {
+    plat_line_settings settings = {};
+    ASSERT_TRUE(plat_port_parse_mode("9600,n,8,1", &settings));
+    struct Row {
+        SystemCall* call;
+        int passing;
+    };
+    for (const auto& [call, passing] : {Row{&system_calls.tcgetattr, 0}, Row{&system_calls.tcgetattr, 1},
+                                        Row{&system_calls.tcsetattr, 0}}) {
+        SetLastErrno(0);
+        FailNext(call, 1, EIO, passing);
+        EXPECT_FALSE(plat_port_apply(port, &settings));
+        EXPECT_EQ(plat_last_error(), kErrorIoDevice);
+    }
+    EXPECT_TRUE(plat_port_apply(port, &settings));
+}
+
 TEST_F(PtyPort, AReadAndAWriteGoOnBehindAnInterruption) {
     SetTimeouts({0, 0, 20000, 0, 20000});
     Send("abc");

@@ -1,5 +1,6 @@
 #include "system_calls.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
@@ -37,9 +38,9 @@ static void Reset(SystemCall* call) {
 
 void ResetSystemCalls() {
     SystemCalls& all = system_calls;
-    for (SystemCall* call :
-         {&all.open, &all.openat, &all.read, &all.write, &all.fsync, &all.flock, &all.fchmod, &all.lstat,
-          &all.unlinkat, &all.renameat2, &all.tcdrain, &all.allocate}) {
+    for (SystemCall* call : {&all.open, &all.openat, &all.read, &all.write, &all.fsync, &all.flock,
+                             &all.fchmod, &all.lstat, &all.unlinkat, &all.renameat2, &all.tcdrain,
+                             &all.tcgetattr, &all.tcsetattr, &all.exclusive, &all.allocate}) {
         Reset(call);
     }
     plans_memory = false;
@@ -78,6 +79,12 @@ static bool Fails(SystemCall* call) {
 
 static mode_t ModeOf(int flags, va_list arguments) {
     return (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+}
+
+/** The C library's own routine, for calls that it translates for the kernel. */
+template <class Routine>
+static Routine LibraryRoutine(const char* name) {
+    return reinterpret_cast<Routine>(dlsym(RTLD_NEXT, name));
 }
 
 extern "C" {
@@ -147,12 +154,23 @@ int tcdrain(int descriptor) {
     return Fails(&system_calls.tcdrain) ? -1 : static_cast<int>(syscall(SYS_ioctl, descriptor, TCSBRK, 1));
 }
 
+int tcgetattr(int descriptor, termios* line) noexcept {
+    static const auto real = LibraryRoutine<int (*)(int, termios*)>("tcgetattr");
+    return Fails(&system_calls.tcgetattr) ? -1 : real(descriptor, line);
+}
+
+int tcsetattr(int descriptor, int when, const termios* line) noexcept {
+    static const auto real = LibraryRoutine<int (*)(int, int, const termios*)>("tcsetattr");
+    return Fails(&system_calls.tcsetattr) ? -1 : real(descriptor, when, line);
+}
+
 // A pseudo terminal has no modem lines: what was asked for is all that can be seen.
 int ioctl(int descriptor, unsigned long request, ...) noexcept {
     va_list arguments;
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
+    if (request == TIOCEXCL && Fails(&system_calls.exclusive)) return -1;
     if (request == TIOCMBIS) system_calls.raised_line = *static_cast<const int*>(argument);
     return static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));
 }

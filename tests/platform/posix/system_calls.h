@@ -32,7 +32,10 @@ struct SystemCalls {
     SystemCall unlinkat;
     SystemCall renameat2;
     SystemCall tcdrain;
-    SystemCall allocate;  ///< operator new, of the planning thread alone
+    SystemCall tcgetattr;
+    SystemCall tcsetattr;
+    SystemCall exclusive;  ///< ioctl with TIOCEXCL
+    SystemCall allocate;   ///< operator new, of the planning thread alone
 
     std::atomic<size_t> longest_write{SIZE_MAX};  ///< what one write takes at most
     std::atomic<short> poll_answer{0};            ///< if not 0, the next poll finds this at once

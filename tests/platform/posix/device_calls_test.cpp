@@ -1,0 +1,103 @@
+/*
+ * Discovery: how far it looks, what a file that cannot be read means, and how failures are told.
+ */
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "made_up_devices.h"
+#include "platform/posix/last_error.h"
+#include "processes.h"
+
+TEST_F(Devices, FindTheProductThreeFloorsBelowAndNoFurther) {
+    AddUsb("ttyUSB0", "1-1", 0, "none\n");
+    AddUsb("ttyUSB1", "1-2", 1, "one\n");
+    AddUsb("ttyUSB2", "1-3", 3, "three\n");
+    AddUsb("ttyUSB3", "1-4", 4, "four\n");
+    Open();
+    EXPECT_EQ(Friendly(0), "none");
+    EXPECT_EQ(Friendly(1), "one");
+    EXPECT_EQ(Friendly(2), "three");
+    EXPECT_EQ(PortName(3), "COM36");
+    EXPECT_EQ(Friendly(3), "");
+}
+
+TEST_F(Devices, AProductMayBeOneLetterOrNoneOrNoFile) {
+    AddUsb("ttyUSB0", "1-1", 1, "x");
+    AddUsb("ttyUSB1", "1-2", 1, "\n");
+    AddUsb("ttyUSB2", "1-3", 1, "");
+    AddUsb("ttyUSB3", "1-4", 1, nullptr);
+    std::filesystem::create_directory("devices/usb1/1-4/product");
+    Open();
+    EXPECT_EQ(Friendly(0), "x");
+    for (uint32_t index = 1; index < 4; ++index) {
+        EXPECT_EQ(PortName(index), "COM" + std::to_string(33 + index));
+        EXPECT_EQ(Friendly(index), "") << index;
+    }
+}
+
+TEST_F(Devices, ABuiltInPortWithoutAReadableTypeIsAnEmptyPlace) {
+    AddBuiltIn(0, "4");
+    FailNext(&system_calls.openat, 1, EACCES);
+    Open();
+    EXPECT_EQ(PortName(0), "none");
+}
+
+TEST_F(Devices, AnOldErrorDoesNotMakeAnEmptyPlaceADevice) {
+    AddBuiltIn(0, "0");
+    AddBuiltIn(1, "4");
+    errno = ENOENT;
+    Open();
+    EXPECT_EQ(PortName(0), "COM2");
+    EXPECT_EQ(PortName(1), "none");
+}
+
+TEST_F(Devices, LeaveNothingOpenAndNeedNoStandardInput) {
+    AddUsb("ttyUSB0", "1-1", 2, "product\n");
+    AddBuiltIn(0, "4");
+    const long count_before = OpenDescriptors();
+    Open();
+    EXPECT_EQ(OpenDescriptors(), count_before);
+    EXPECT_TRUE(plat_devices_close(devices));
+
+    const int kept = fcntl(0, F_DUPFD_CLOEXEC, 3);
+    close(0);
+    devices = OpenDevicesBelow("class");
+    const bool zero_is_free = fcntl(0, F_GETFD) == -1;
+    if (kept >= 0) {
+        dup2(kept, 0);
+        close(kept);
+    }
+    EXPECT_TRUE(zero_is_free);
+    EXPECT_EQ(PortName(0), "COM1");
+    EXPECT_EQ(Friendly(1), "product");
+}
+
+TEST_F(Devices, SayWhyTheyFail) {
+    const auto expect = [](bool success, uint32_t code, const char* call) {
+        EXPECT_FALSE(success) << call;
+        EXPECT_EQ(plat_last_error(), code) << call;
+        SetLastErrno(0);
+    };
+    char text[16] = "";
+    AddUsb("ttyUSB0", "1-1", 1, "product\n");
+    AddUsb("ttyUSB1", "1-2", 1, nullptr);
+    SetLastErrno(0);
+    expect(plat_handle_valid(plat_devices_open("Printers")), PLAT_ERROR_FILE_NOT_FOUND, "open");
+    Open();
+    SetLastErrno(0);
+    expect(plat_devices_port_name(devices, text, sizeof text), PLAT_ERROR_FILE_NOT_FOUND, "none selected");
+    expect(plat_devices_select(devices, 2), PLAT_ERROR_FILE_NOT_FOUND, "select");
+    ASSERT_TRUE(plat_devices_select(devices, 0));
+    expect(plat_devices_friendly(devices, text, 7), ERANGE, "friendly");
+    ASSERT_TRUE(plat_devices_select(devices, 1));
+    expect(plat_devices_friendly(devices, text, sizeof text), PLAT_ERROR_FILE_NOT_FOUND, "friendly");
+    ASSERT_TRUE(plat_devices_close(devices));
+    SetLastErrno(0);
+    expect(plat_devices_select(devices, 0), EBADF, "select");
+    expect(plat_devices_port_name(devices, text, sizeof text), EBADF, "port name");
+    expect(plat_devices_friendly_size(devices) != 0, EBADF, "size");
+    expect(plat_devices_close(devices), EBADF, "close");
+}
