@@ -157,9 +157,7 @@ TEST_F(PtyPort, AReadAndAWriteGoOnBehindAnInterruption) {
     SetLastErrno(0);
     EXPECT_EQ(plat_port_write(port, "defg", 4), 4u);
     EXPECT_EQ(plat_last_error(), 0u);
-    char bytes[8] = "";
-    ASSERT_EQ(read(device, bytes, sizeof bytes), 4);
-    EXPECT_STREQ(bytes, "defg");
+    EXPECT_EQ(Received(4), "defg");
 }
 
 TEST_F(PtyPort, AWriteInPiecesSendsEveryByteOnce) {
@@ -169,9 +167,7 @@ TEST_F(PtyPort, AWriteInPiecesSendsEveryByteOnce) {
     EXPECT_EQ(plat_port_write(port, "abcdefgh", 8), 8u);
     EXPECT_EQ(plat_last_error(), 0u);
     EXPECT_EQ(system_calls.write.calls, 3);
-    char bytes[16] = "";
-    ASSERT_EQ(read(device, bytes, sizeof bytes), 8);
-    EXPECT_STREQ(bytes, "abcdefgh");
+    EXPECT_EQ(Received(8), "abcdefgh");
     EXPECT_EQ(plat_port_write(port, "", 0), 0u);
     EXPECT_EQ(plat_last_error(), 0u);
     EXPECT_EQ(system_calls.write.calls, 3);
@@ -187,7 +183,7 @@ TEST_F(PtyPort, AWriteThatFailsInTheMiddleGivesWhatItSent) {
 
 TEST_F(PtyPort, ALineThatGoesAwayDuringAReadGivesAtOnceWhatHasCome) {
     SetTimeouts({0, 0, 3 * static_cast<uint32_t>(kGenerousMs), 0, 0});
-    Send("ab");
+    SendAndArrive("ab");
     FailNext(&system_calls.read, 1, EIO, 1);
     system_calls.poll_answer = POLLIN;
     const Stopwatch watch;
@@ -217,7 +213,7 @@ TEST_F(PtyPort, ALineThatIsEmptyAndHungUpIsAskedOnceMore) {
     system_calls.read.calls = 0;
     EXPECT_EQ(Read(5), "");
     EXPECT_EQ(system_calls.read.calls, 2);
-    Send("ab");
+    SendAndArrive("ab");
     FailNext(&system_calls.read, 1, EAGAIN);
     system_calls.poll_answer = POLLHUP;
     EXPECT_EQ(Read(2), "ab");

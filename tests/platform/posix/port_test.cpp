@@ -40,15 +40,8 @@ TEST_F(PtyPort, EveryByteComesThroughUnchangedAndWithoutEcho) {
     EXPECT_EQ(Read(256), EveryByte());
 
     EXPECT_EQ(plat_port_write(port, EveryByte().data(), 256), 256u);
-    std::string received;
-    while (received.size() < 256) {
-        char bytes[300];
-        const ssize_t count = read(device, bytes, sizeof bytes);
-        ASSERT_GT(count, 0);
-        received.append(bytes, static_cast<size_t>(count));
-    }
     // What the test sent first would stand in front if the line echoed.
-    EXPECT_EQ(received, EveryByte());
+    EXPECT_EQ(Received(256), EveryByte());
 }
 
 TEST_F(PtyPort, ALineIsRawFromTheOpenOn) {
@@ -139,7 +132,7 @@ TEST_F(PtyPort, AnEndlessIntervalReturnsWhatIsThere) {
     SetTimeouts({MAX, 0, 0, 0, 0});
     const Stopwatch watch;
     EXPECT_EQ(Read(10), "");
-    Send("ab");
+    SendAndArrive("ab");
     EXPECT_EQ(Read(10), "ab");
     EXPECT_LT(watch.Milliseconds(), kGenerousMs);
 }

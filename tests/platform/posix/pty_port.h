@@ -4,6 +4,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -44,6 +45,27 @@ struct PtyPort : testing::Test {
 
     void Send(const std::string& bytes) const {
         ASSERT_EQ(write(device, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    }
+
+    /** Sends, and comes back when the bytes can be read: the system hands them over in its own time. */
+    void SendAndArrive(const std::string& bytes) const {
+        Send(bytes);
+        for (int count = 0; static_cast<size_t>(count) < bytes.size();) {
+            ASSERT_EQ(ioctl(other, FIONREAD, &count), 0);
+        }
+    }
+
+    /** What the device receives, until it is so much. */
+    std::string Received(size_t size) const {
+        std::string bytes(size, '\0');
+        size_t done = 0;
+        while (done < size) {
+            const ssize_t count = read(device, bytes.data() + done, size - done);
+            if (count <= 0) break;
+            done += static_cast<size_t>(count);
+        }
+        bytes.resize(done);
+        return bytes;
     }
 
     std::string Read(uint32_t size) const {
