@@ -33,8 +33,7 @@ static bool WaitForLine(int descriptor, short events, uint64_t wait_us) {
     line.fd = descriptor;
     line.events = events;
     const timespec limit = ToTimespec(wait_us);
-    if (ppoll(&line, 1, &limit, nullptr) <= 0) return true;
-    return (line.revents & events) != 0;
+    return ppoll(&line, 1, &limit, nullptr) != 1 || (line.revents & events) != 0;
 }
 
 /**
