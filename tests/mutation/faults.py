@@ -27,6 +27,10 @@ class Fault:
     before: str
     after: str
 
+    def without_line(self):
+        """What stays the same when lines are added above."""
+        return f"{self.path} {self.kind}: {self.before.strip()} -> {self.after.strip()}"
+
     def __str__(self):
         return f"{self.path}:{self.line} {self.kind}: {self.before.strip()}  ->  {self.after.strip() or '(nothing)'}"
 

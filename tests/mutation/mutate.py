@@ -21,6 +21,7 @@ from faults import faults_of, put_in
 ROOT = Path(__file__).resolve().parents[2]
 COPY = ROOT / "build" / "mutation" / "source"
 BUILD = ROOT / "build" / "mutation" / "build"
+RESULT = ROOT / "build" / "mutation" / "result.json"
 
 # Unit tests that take seconds each: asked after the other six hundred.
 SLOW_TESTS = "CallDuration.*:ReplyPacket.TenMeg*:FieldNumbering.Agrees*:LinkAck.Junk*:*Random.*:Base64.Ten*:HostilePlace.Sixty*"
@@ -110,6 +111,11 @@ def choose(seed, folders):
     return found
 
 
+def survivors_of_last_run():
+    results = json.loads(RESULT.read_text(encoding="utf-8"))["results"]
+    return {result["key"] for result in results if not result["noticed_by"]}
+
+
 def try_fault(fault, quick):
     """None when it does not compile, else (noticed by, seconds)."""
     path = COPY / fault.path
@@ -129,25 +135,29 @@ def main():
     parser.add_argument("--seed", type=int, default=random.randrange(1 << 30), help="chooses the faults; printed")
     parser.add_argument("--share", type=float, default=0.95, help="wanted share of noticed faults")
     parser.add_argument("--folders", nargs="+", default=["api", "vko_sat_utils", "vko_utils", "platform/posix"])
+    parser.add_argument("--again", action="store_true", help="only what survived the last run, where the line still stands")
     parser.add_argument("--quick", action="store_true", help="without the tests over a line")
     options = parser.parse_args()
 
+    survivors = survivors_of_last_run() if options.again else None
     head = prepare(OWN_MACHINE + REAL_MACHINE + ([] if options.quick else OVER_A_LINE))
     print(f"seed {options.seed}, commit {head[:10]}", flush=True)
     results = []
     for fault in choose(options.seed, options.folders):
         if len(results) == options.count:
             break
+        if survivors is not None and fault.without_line() not in survivors:
+            continue
         outcome = try_fault(fault, options.quick)
         if outcome is None:
             continue
         watcher, seconds = outcome
-        results.append({"fault": str(fault), "noticed_by": watcher})
+        results.append({"fault": str(fault), "key": fault.without_line(), "noticed_by": watcher})
         print(f"{len(results):4} {watcher or 'SURVIVED':24} {seconds:5.1f} s  {fault}", flush=True)
 
     survived = [result["fault"] for result in results if not result["noticed_by"]]
     share = 1 - len(survived) / max(1, len(results))
-    (ROOT / "build" / "mutation" / "result.json").write_text(json.dumps({"seed": options.seed, "results": results}, indent=1),
+    RESULT.write_text(json.dumps({"seed": options.seed, "results": results}, indent=1),
                                                              encoding="utf-8")
     print(f"\n{len(results)} faults, {len(results) - len(survived)} noticed ({share:.1%}), survived:")
     print("\n".join(survived) or "none")
