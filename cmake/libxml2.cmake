@@ -30,7 +30,8 @@ function(add_libxml2)
     endforeach()
     # Its headers are foreign ones, and its warnings are not ours to mend.
     add_subdirectory(${ZANTIR_LIBXML2} ${CMAKE_BINARY_DIR}/libxml2 EXCLUDE_FROM_ALL SYSTEM)
-    target_compile_options(LibXml2 PRIVATE -w)
+    # It names its files in messages: by their place in the sources, so that the program is the same in every folder.
+    target_compile_options(LibXml2 PRIVATE -w -fmacro-prefix-map=${ZANTIR_LIBXML2}/=)
 endfunction()
 add_libxml2()
 target_link_libraries(zantir_libxml2 INTERFACE LibXml2)
