@@ -246,6 +246,11 @@ class WithoutDeviceTest(FolderCase):
         for name in ("bad.xml", "missing.xml"):
             self.assertEqual(6, run(self.folder, "vender", name, "--codigo", CODE).returncode)
 
+    def test_path_from_the_root_is_a_path_and_no_option(self):
+        result = run(self.folder, "vender", "/nowhere/missing.xml", "--codigo", CODE)
+        self.assertEqual(6, result.returncode, result.stderr)
+        self.assertIn("/nowhere/missing.xml", result.stderr.decode("utf-8"))
+
     def test_pasted_replies_are_explained(self):
         pasted = (b"123456|06001|0000|Codigo||\n20261120153942 SAT->PC << [<02>000001|08000|x||<4D><03>]OK:b\r\n"
                   b"SAT Erro[-01000]Win SAT Nao encontrado!!! L[2013] F[Communicate] \n")

@@ -225,6 +225,8 @@ int Run(int argc, char** argv) {
     // Never destroyed, as the fault plan: the console's thread may look at both up to the program's very end.
     Options& options = *new Options;
     CLI::App app("Um equipamento SAT emulado numa linha serial", "sat-emulator");
+    // A value may begin with "/" on every system, such as a path from the drive's root.
+    app.allow_windows_style_options(false);
     Describe(app, options);
     CLI11_PARSE(app, argc, argv);
 

@@ -283,6 +283,8 @@ int RunCommandLine(const std::vector<std::string>& arguments) {
     Options options;
     const Command* chosen = nullptr;
     CLI::App app(Say(ABOUT), "zantir");
+    // On Windows CLI11 would take "/vendas/v.xml", a path from the drive's root, for an option.
+    app.allow_windows_style_options(false);
     Translate(app);
     AddCommon(app, options);
     AddCommands(app, options, &chosen);
