@@ -22,6 +22,7 @@ struct DeviceSet {
 static_assert(sizeof(SP_DEVINFO_DATA) == 32, "the size that the system checks in the record");
 
 static DeviceSet* Set(plat_handle devices) {
+    // The number is one of these, cast by the routine that made it. NOLINTNEXTLINE(performance-no-int-to-ptr)
     return reinterpret_cast<DeviceSet*>(devices);
 }
 
@@ -53,8 +54,9 @@ static bool FindClass(const char* class_name, GUID* found) {
     if (!success) {
         success = AskForClass(class_name, &known);
         // A name that does not fit is asked for again every time.
-        const bool keeps = success && strlen(class_name) < sizeof known_name;
-        strcpy(known_name, keeps ? class_name : "");
+        const size_t length = strlen(class_name);
+        const bool keeps = success && length < sizeof known_name;
+        memcpy(known_name, keeps ? class_name : "", keeps ? length + 1 : 1);
     }
     if (success) *found = known;
     ReleaseSRWLockExclusive(&guard);
@@ -100,9 +102,9 @@ static void ReadPortName(HKEY key, char* name, uint32_t size) {
     if (value == nullptr) return;
     DWORD value_size = size;
     if (RegQueryValueExA(key, "PortName", nullptr, nullptr, reinterpret_cast<BYTE*>(value), &value_size) ==
-            ERROR_SUCCESS &&
-        strnlen(value, size) < size) {
-        strcpy(name, value);
+        ERROR_SUCCESS) {
+        const size_t length = strnlen(value, size);
+        if (length < size) memcpy(name, value, length + 1);
     }
     plat_free(value);
 }

@@ -60,7 +60,8 @@ bool ErrorIsTerminal() {
 size_t TerminalColumns() {
     CONSOLE_SCREEN_BUFFER_INFO info = {};
     if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info)) return 100;
-    return static_cast<size_t>(info.srWindow.Right - info.srWindow.Left + 1);
+    const int columns = info.srWindow.Right - info.srWindow.Left + 1;
+    return static_cast<size_t>(columns);
 }
 
 std::string ReadStandardInput() {
