@@ -134,6 +134,25 @@ TEST(LogTimelineStepsTest, KeysThatTheSettingsLackAreNoExchange) {
     EXPECT_THAT(Summary(TimelineOf(sample)), ElementsAre("ConsultarSAT aceito"));
 }
 
+TEST(LogTimelineStepsTest, SettingsThatTheNextCallReadsDoNotProlongAnExchange) {
+    const Sample sample = {
+        "[12:04:05.001]WRN [0094] [../src/api/ZANTIR] [Communicate]Lnx:WR Port[00011:\\\\?\\COM1005]PLMQ:"
+        "USING_SAT_EMULATOR!!\n"
+        "[12:04:05.003]WRN [0083] [../src/api/ZANTIR] [cSerialWriteBufW]Win: OK:hC[00000104h]Sent \n"
+        "\t PC->SAT >>   pusTxPkt[022:\x02"
+        "ConsultarSAT|000003B\x03]\n"
+        "[12:04:05.014]WRN [0044] [../src/api/ZANTIR] [lSerialWriteAck]Win OK\n\t PC->SAT >>       Sent[06h]ACK\n"
+        "[12:09:00.000]WRN [0135] ../src/vko_utils/vko_utils VKO_SetIniFileLogMode rc[0003]WR FileName[SAT.ini] "
+        "Session[LOG] item[LogMode=2]WARNING_LOGS_ENABLED\n"
+        "[12:09:00.000]WRN [0030] [../src/api/ZANTIR] [init_global_sat_struct]--- Sat Struct Initialized!!\n",
+        "20261120120405 PC->SAT >> [<02>ConsultarSAT|000003<42><03>]OK:a\n"
+        "20261120120405 SAT->PC << [<02>000003|08000|SAT em operacao||<4F><03>]OK:b\n"};
+    const std::vector<Exchange> timeline = TimelineOf(sample);
+    ASSERT_EQ(timeline.size(), 1U);
+    EXPECT_TRUE(timeline[0].exact);
+    EXPECT_EQ(timeline[0].end - timeline[0].begin, 13);
+}
+
 TEST(LogTimelineStepsTest, NothingGivesNothing) {
     EXPECT_TRUE(BuildTimeline({}, {}).empty());
 }

@@ -66,7 +66,10 @@ bool BeginsAny(const LogEvent& event) {
 void Add(const LogEvent& event, Group* group) {
     Exchange& exchange = group->exchange;
     if (exchange.raw.empty()) exchange.begin = event.time;
-    exchange.end = std::max(exchange.end, event.time);
+    // A line that is no step may be the next call's, which reads SAT.ini before it begins: between two sales
+    // pass minutes.
+    if (event.kind != EventKind::Other || !event.words.empty())
+        exchange.end = std::max(exchange.end, event.time);
     exchange.exact = true;
     exchange.raw.push_back(event.raw);
     if (!event.words.empty()) exchange.events.push_back(event);
