@@ -225,6 +225,8 @@ class DiagnosisTest(ToolCase):
         self.assertEqual(5, code)
         self.assertEqual("falha", self.check(document, "consulta")["estado"])
         self.assertEqual("falha", self.check(document, "porta_livre")["estado"])
+        # A port that does not exist is a wrong line in SAT.ini more often than a missing driver.
+        self.assertIn("SerialPortWindows", self.check(document, "porta_livre")["providencia"])
         self.assertNotEqual("", self.check(document, "consulta")["providencia"])
 
 

@@ -25,6 +25,7 @@ constexpr Text PORT_REFUSED = {"%1 não abre: em uso por outro programa, ou sem 
 constexpr Text CLOSE_HOLDER = {"Feche esse programa: cada chamada espera 30 s por ele e falha", "Close that program: each call waits 30 s for it and fails"};
 constexpr Text GET_PERMISSION = {"Feche o outro programa; no Linux, ponha o usuário no grupo dialout", "Close the other program; on Linux put the user into the group dialout"};
 constexpr Text PORT_MISSING = {"%1 não existe nesta máquina", "%1 does not exist on this machine"};
+constexpr Text CORRECT_PORT = {"Confira FixarPorta e SerialPortWindows no SAT.ini, e o cabo do SAT; zantir portas mostra as portas que existem", "Check FixarPorta and SerialPortWindows in SAT.ini, and the device's cable; zantir portas shows the ports that exist"};
 constexpr Text NO_PORT_TO_TRY = {"nenhuma porta a experimentar", "no port to try"};
 constexpr Text BUSY_NOW = {"a trava está com outro programa, que fala com o SAT agora", "another program has the lock and talks to the device now"};
 constexpr Text LOCK_FREE = {"livre", "free"};
@@ -166,7 +167,7 @@ Finding CheckPortUse(Diagnosis& diagnosis) {
         case PortState::Missing:
             break;
     }
-    return {CheckStatus::Bad, Say(PORT_MISSING, {shown}), Say(PLUG_IN), {}};
+    return {CheckStatus::Bad, Say(PORT_MISSING, {shown}), Say(CORRECT_PORT), {}};
 }
 
 Finding CheckAnswer(Diagnosis& diagnosis) {
