@@ -93,8 +93,8 @@ class Shell:
         self.folder = folder
         self.count = 0
         environment = {key: value for key, value in os.environ.items() if not key.startswith("ZANTIR_")}
-        environment.update(PATH=f"{folder.inside('build', 'linux')}:{environment['PATH']}", LC_ALL="C.UTF-8",
-                           LD_LIBRARY_PATH=folder.inside("build", "linux"), PYTHONDONTWRITEBYTECODE="1")
+        # The products are not on the path: a page that does not say how they get there sends the reader nowhere.
+        environment.update(LC_ALL="C.UTF-8", PYTHONDONTWRITEBYTECODE="1")
         # Not a session of its own: its leader would take the first pseudo terminal that it opens for its terminal, and
         # end with it.
         self.process = subprocess.Popen(["/bin/bash", "--noprofile", "--norc"], cwd=folder.path, env=environment,
