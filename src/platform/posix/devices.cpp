@@ -121,7 +121,7 @@ static uint32_t IndexInKind(const char* entry_name, const PortKind& kind) {
     const size_t length = strspn(digits, "0123456789");
     const bool canonical = length == 1 || (length == 2 && digits[0] != '0');
     if (!canonical || digits[length] != '\0') return kind.count;
-    return std::min(static_cast<uint32_t>(atoi(digits)), kind.count);
+    return std::min(static_cast<uint32_t>(strtoul(digits, nullptr, 10)), kind.count);
 }
 
 /** The folder's entries that are ports, by their numbers: one look instead of one for each possible port. */
@@ -140,7 +140,9 @@ static std::map<uint32_t, std::string> ListPorts(const std::string& tty_class_fo
 
 static void AddPresentDevices(const std::string& tty_class_folder, std::vector<Device>* devices) {
     for (const auto& [number, name] : ListPorts(tty_class_folder)) {
-        AddIfPresent(tty_class_folder + "/" + name, number, devices);
+        std::string entry = tty_class_folder;
+        entry.append("/").append(name);
+        AddIfPresent(entry, number, devices);
     }
 }
 

@@ -315,3 +315,10 @@ TEST(PortMode, BlanksAndLettersAndLimits) {
         EXPECT_EQ(settings.baud_rate, 0u);
     }
 }
+
+TEST(PortOpen, APortThatIsNotThereIsNotFound) {
+    const PosixPath last = PortDeviceFile("\\\\?\\COM64");
+    if (access(last.text, F_OK) == 0) GTEST_SKIP() << last.text << " is a port of this machine";
+    EXPECT_EQ(plat_port_open("\\\\?\\COM64"), PLAT_INVALID_HANDLE);
+    EXPECT_EQ(plat_last_error(), PLAT_ERROR_FILE_NOT_FOUND);
+}
