@@ -242,6 +242,15 @@ class WithoutDeviceTest(FolderCase):
             with self.subTest(arguments):
                 self.assertEqual(1, run(self.folder, *arguments).returncode)
 
+    def test_wrong_usage_is_told_in_one_language(self):
+        for arguments, told in ((["nada"], "falta um comando"), (["cancelar"], "falta um comando ou argumento: cancelamento"),
+                                (["consultar", "--nada"], "argumento desconhecido: --nada"),
+                                (["sessao", "abc"], "valor que não serve"), (["consultar", "--lang"], "--lang")):
+            with self.subTest(arguments):
+                complaint = run(self.folder, *arguments).stderr.decode("utf-8")
+                self.assertIn(told, complaint)
+                self.assertNotRegex(complaint, r"\b(is|required|could|not|expected|argument|subcommand)\b")
+
     def test_file_that_cannot_be_sent(self):
         with open(self.path("bad.xml"), "wb") as file:
             file.write(b"<CFe>\x03</CFe>")

@@ -173,24 +173,48 @@ const Command COMMANDS[] = {
 };
 // clang-format on
 
-// What CLI11 calls its errors, in the technician's language.
+// What CLI11 calls its errors, in the technician's language, and where its own sentence, which is English,
+// names the argument.
+enum class Named { AT_THE_FRONT, AT_THE_END };
 struct Misuse {
-    const char* name;
+    CLI::ExitCodes code;
     Text text;
+    const char* border;
+    Named named;
 };
 constexpr Misuse MISUSES[] = {
-    {"ExtrasError", {"argumento desconhecido", "unknown argument"}},
-    {"RequiredError", {"falta um comando ou argumento", "a command or argument is missing"}},
-    {"ValidationError", {"valor que não serve", "a value that does not do"}},
-    {"ConversionError", {"valor que não serve", "a value that does not do"}},
-    {"ArgumentMismatch", {"falta o valor de uma opção", "an option's value is missing"}},
+    {CLI::ExitCodes::ExtrasError, {"argumento desconhecido", "unknown argument"}, ": ", Named::AT_THE_END},
+    {CLI::ExitCodes::RequiredError,
+     {"falta um comando ou argumento", "a command or argument is missing"},
+     " is required",
+     Named::AT_THE_FRONT},
+    {CLI::ExitCodes::ValidationError,
+     {"valor que não serve", "a value that does not do"},
+     ": ",
+     Named::AT_THE_FRONT},
+    {CLI::ExitCodes::ConversionError,
+     {"valor que não serve", "a value that does not do"},
+     " = ",
+     Named::AT_THE_END},
+    {CLI::ExitCodes::ArgumentMismatch,
+     {"falta o valor de uma opção", "an option's value is missing"},
+     ": ",
+     Named::AT_THE_FRONT},
 };
 
 std::string MisuseText(const CLI::ParseError& error) {
+    const std::string sentence = error.what();
     for (const Misuse& misuse : MISUSES) {
-        if (error.get_name() == misuse.name) return Say(misuse.text) + " (" + error.what() + ")";
+        if (error.get_exit_code() != static_cast<int>(misuse.code)) continue;
+        const size_t border = sentence.find(misuse.border);
+        // A sentence that names no argument adds nothing.
+        if (border == std::string::npos || sentence.rfind("A subcommand", 0) == 0) return Say(misuse.text);
+        const std::string argument = misuse.named == Named::AT_THE_FRONT
+                                         ? sentence.substr(0, border)
+                                         : sentence.substr(border + std::string_view(misuse.border).size());
+        return Say(misuse.text) + ": " + argument;
     }
-    return error.what();
+    return sentence;
 }
 
 void Translate(CLI::App& app) {

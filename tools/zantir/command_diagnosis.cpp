@@ -9,7 +9,7 @@ namespace {
 
 // clang-format off
 constexpr Text REMEDY = {"O que fazer: %1", "What to do: %1"};
-constexpr Text SUMMARY = {"%1 verificações, %2 avisos, %3 falhas", "%1 checks, %2 warnings, %3 failures"};
+constexpr Text SUMMARY = {"Verificações: %1. Avisos: %2. Falhas: %3.", "Checks: %1. Warnings: %2. Failures: %3."};
 constexpr Text PORT_TAKEN = {"É tomada %1: %2", "%1 is taken: %2"};
 constexpr Text NO_PORT_TAKEN = {"Nenhuma é tomada: %1", "None is taken: %1"};
 constexpr Text NO_PORTS = {"nenhuma porta serial presente", "no serial port is present"};
