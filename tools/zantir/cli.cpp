@@ -203,7 +203,7 @@ constexpr Misuse MISUSES[] = {
 };
 
 std::string MisuseText(const CLI::ParseError& error) {
-    const std::string sentence = error.what();
+    std::string sentence = error.what();
     for (const Misuse& misuse : MISUSES) {
         if (error.get_exit_code() != static_cast<int>(misuse.code)) continue;
         const size_t border = sentence.find(misuse.border);
