@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include <cstdarg>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -34,6 +35,15 @@ struct ScratchFolder : testing::Test {
         std::ostringstream text;
         text << std::ifstream(name).rdbuf();
         return text.str();
+    }
+
+    /** Writes formatted text to an open file. */
+    PLAT_PRINTF_CHECK(2, 3) static bool Print(plat_file* file, const char* format, ...) {
+        va_list arguments;
+        va_start(arguments, format);
+        const bool printed = plat_file_vprintf(file, format, arguments);
+        va_end(arguments);
+        return printed;
     }
 
     std::filesystem::path before;

@@ -115,14 +115,6 @@ TEST_F(Files, AFileIsSharedWhileItIsWritten) {
     EXPECT_TRUE(plat_file_close(reader));
 }
 
-PLAT_PRINTF_CHECK(2, 3) static bool Print(plat_file* file, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    const bool printed = plat_file_vprintf(file, format, arguments);
-    va_end(arguments);
-    return printed;
-}
-
 TEST_F(Files, FormattedTextIsTheSameEverywhere) {
     plat_file* file = plat_file_open("t", "w");
     ASSERT_NE(file, nullptr);

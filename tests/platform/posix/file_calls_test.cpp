@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdarg>
 #include <string>
 #include <thread>
 
@@ -33,14 +32,6 @@ struct FileCalls : ScratchFolder {
         EXPECT_FALSE(success) << call;
         EXPECT_EQ(plat_last_error(), code) << call;
         SetLastErrno(0);
-    }
-
-    PLAT_PRINTF_CHECK(2, 3) static bool Print(plat_file* file, const char* format, ...) {
-        va_list arguments;
-        va_start(arguments, format);
-        const bool printed = plat_file_vprintf(file, format, arguments);
-        va_end(arguments);
-        return printed;
     }
 };
 

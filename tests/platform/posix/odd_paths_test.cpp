@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdarg>
 #include <string>
 
 #include "platform/posix/last_error.h"
@@ -14,14 +13,6 @@ namespace fs = std::filesystem;
 
 struct OddPaths : ScratchFolder {
     const std::string longest = std::string(5000, 'x');
-
-    PLAT_PRINTF_CHECK(2, 3) static bool Print(plat_file* file, const char* format, ...) {
-        va_list arguments;
-        va_start(arguments, format);
-        const bool printed = plat_file_vprintf(file, format, arguments);
-        va_end(arguments);
-        return printed;
-    }
 };
 
 TEST_F(OddPaths, APathThatIsTooLongIsRefusedEverywhere) {
