@@ -1,12 +1,13 @@
 #include "buffers.h"
 
+#include <algorithm>
 #include <cstring>
 
 char gl_strSatRsp[GL_DEF_MAX_SAT_PKT_SIZE];
 char gl_strRcvArea[BUFFER_SIZE];
 
-static size_t l_satRspTouched = 0;
-static size_t l_rcvAreaTouched = 0;
+static size_t l_satRspTouched;
+static size_t l_rcvAreaTouched;
 
 /** How far one of the library's own buffers was written since it was cleared; NULL for a foreign one. */
 static size_t* TouchedOf(const char* pBuffer) {
@@ -17,7 +18,7 @@ static size_t* TouchedOf(const char* pBuffer) {
 
 void BufferTouched(const char* pBuffer, size_t size) {
     size_t* pTouched = TouchedOf(pBuffer);
-    if (pTouched != nullptr && *pTouched < size) *pTouched = size;
+    if (pTouched != nullptr) *pTouched = std::max(*pTouched, size);
 }
 
 void BufferClear(char* pBuffer, size_t size) {
@@ -26,6 +27,8 @@ void BufferClear(char* pBuffer, size_t size) {
         memset(pBuffer, 0, size);
         return;
     }
-    memset(pBuffer, 0, *pTouched < size ? *pTouched : size);
-    if (*pTouched <= size) *pTouched = 0;
+    const size_t cleared = std::min(*pTouched, size);
+    memset(pBuffer, 0, cleared);
+    // What was written behind the cleared part is still there.
+    if (cleared == *pTouched) *pTouched = {};
 }

@@ -44,22 +44,22 @@ struct tConfigKey {
 };
 
 static constexpr tConfigKey Report(const char* pKey, eKeyAction eAction) {
-    return {"LOG", pKey, eAction, nullptr, 0, nullptr, 0};
+    return {"LOG", pKey, eAction, nullptr, {}, nullptr, {}};
 }
 template <size_t size>
 static constexpr tConfigKey Text(const char* pSection, const char* pKey, char (&strField)[size],
                                  const char* pDefault) {
-    return {pSection, pKey, KEY_TEXT, strField, size, pDefault, 0};
+    return {pSection, pKey, KEY_TEXT, strField, size, pDefault, {}};
 }
 static constexpr tConfigKey Number(const char* pKey, eKeyAction eAction, void* pField, const char* pExact,
                                    uint32_t uiDefault) {
-    return {"SERIAL_PORT_CONFIG", pKey, eAction, pField, 0, pExact, uiDefault};
+    return {"SERIAL_PORT_CONFIG", pKey, eAction, pField, {}, pExact, uiDefault};
 }
 static constexpr tConfigKey Switch(const char* pSection, eKeyAction eAction, int32_t* pField) {
-    return {pSection, "Enable", eAction, pField, 0, nullptr, 0};
+    return {pSection, "Enable", eAction, pField, {}, nullptr, {}};
 }
 static constexpr tConfigKey Timeout(uint32_t uiCmd) {
-    return {"SAT_TIMEOUT", SAT_COMMANDS[uiCmd].pName, KEY_TIMEOUT, nullptr, 0, nullptr, uiCmd};
+    return {"SAT_TIMEOUT", SAT_COMMANDS[uiCmd].pName, KEY_TIMEOUT, nullptr, {}, nullptr, uiCmd};
 }
 
 static const tConfigKey CONFIG_KEYS[] = {
@@ -67,8 +67,13 @@ static const tConfigKey CONFIG_KEYS[] = {
     Report("LogFileName", KEY_REPORT),
     Report("LogFileMaxSize", KEY_REPORT),
     Report("LogMode", KEY_REPORT),
-    {"SERIAL_PORT_CONFIG", "FixarPorta", KEY_FIXED_PORT, gl_tSat.strFixedSerialPort,
-     sizeof gl_tSat.strFixedSerialPort, nullptr, 0},
+    {"SERIAL_PORT_CONFIG",
+     "FixarPorta",
+     KEY_FIXED_PORT,
+     gl_tSat.strFixedSerialPort,
+     sizeof gl_tSat.strFixedSerialPort,
+     nullptr,
+     {}},
     Text("SERIAL_PORT_CONFIG", "SerialPortConfig", gl_tSat.strSerialPortConfig, "115200,8,n,1"),
     Number("ReadIntervalTimeout", KEY_MAXDWORD, &gl_tSat.uiReadIntervalTimeout, "MAXDWORD", MAXDWORD_VALUE),
     Number("ReadTotalTimeoutMultiplier", KEY_MAXDWORD, &gl_tSat.uiReadTotalTimeoutMultiplier, "MAXDWORD",
@@ -250,7 +255,7 @@ static void Apply(const tKeyReading& reading) {
 }
 
 static void ReadAndApply(const tIniFile& file, const tConfigKey& key, int iStep) {
-    tKeyReading reading = {&key, iStep, 0, KEY_PRESENT, {}};
+    tKeyReading reading = {&key, iStep, {}, KEY_PRESENT, {}};
     // A text field smaller than the value buffer bounds the read, so that an over-long value is cut and
     // reported once.
     const size_t size = key.targetSize != 0 && key.targetSize < VALUE_SIZE ? key.targetSize : VALUE_SIZE;

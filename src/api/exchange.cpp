@@ -34,6 +34,11 @@ struct tExchange {
 /** Whether the exchange goes on behind a step, closes out, or returns at once. */
 enum eExchangeStep { EXCHANGE_ON, EXCHANGE_CLOSE_OUT, EXCHANGE_RETURN };
 
+/** What a negative result is to every step. */
+static bool IsError(int rc) {
+    return rc < 0;
+}
+
 static eExchangeStep Failed(tExchange* exchange, eExchangeError eError) {
     WriteExchangeError(exchange->pPkt, eError, exchange->rc, exchange->strPortName);
     return EXCHANGE_CLOSE_OUT;
@@ -41,7 +46,7 @@ static eExchangeStep Failed(tExchange* exchange, eExchangeError eError) {
 
 /** Gives the exchange a code of its own unless a failed routine has left one. */
 static void FailWith(tExchange* exchange, int rc) {
-    if (exchange->rc >= 0) exchange->rc = rc;
+    if (!IsError(exchange->rc)) exchange->rc = rc;
 }
 
 static eExchangeStep TakeLock(tExchange* exchange) {
@@ -84,7 +89,7 @@ static eExchangeStep TakeEmulatorPort(tExchange* exchange) {
     char strPort[32] = {};
     exchange->rc = VKO_GetIniFileValueSized(ZANTIR_INI_FILE, "SAT_EMULATOR", "SerialPortWindows", strPort,
                                             sizeof strPort);
-    if (exchange->rc < 0 || strPort[0] == '\0') {
+    if (IsError(exchange->rc) || strPort[0] == '\0') {
         FailWith(exchange, -1000);
         STEP_LOG(VKO_LOG_ERR, "Lnx:ER NO_SAT_DEVICE_FOUND and NO_EMULATOR_DEV_SET\n");
         // No error text and no close-out: the lock stays with the calling thread, on purpose.
@@ -124,7 +129,7 @@ static eExchangeStep OpenPort(tExchange* exchange) {
         return EXCHANGE_CLOSE_OUT;
     }
     exchange->rc = cSerialOpenW(lPort, &exchange->hComm);
-    if (exchange->rc < 0 || !plat_handle_valid(exchange->hComm)) {
+    if (IsError(exchange->rc) || !plat_handle_valid(exchange->hComm)) {
         FailWith(exchange, -2004);
         Failed(exchange, EXCHANGE_NOT_OPENED);
         STEP_LOG(VKO_LOG_ERR, "Win:ER:STEP-02.2[FAIL] rc[%06d] Port[%s] lPort[%d] hComm[%08Xh]\n",
@@ -138,7 +143,7 @@ static eExchangeStep OpenPort(tExchange* exchange) {
 
 static eExchangeStep ConfigurePort(tExchange* exchange) {
     exchange->rc = cSerialSettingsW(&exchange->hComm);
-    if (exchange->rc < 0) {
+    if (IsError(exchange->rc)) {
         Failed(exchange, EXCHANGE_NOT_CONFIGURED);
         STEP_LOG(VKO_LOG_ERR, "Win:ER:STEP-02.3[FAIL] rc[%06d] Port[%s] hComm[%08Xh]\n", exchange->rc,
                  exchange->strPortName, LogHandle(exchange->hComm));
@@ -170,7 +175,7 @@ static eExchangeStep SendCommand(tExchange* exchange) {
     const size_t length = strlen(exchange->pPkt);
     BufferTouched(exchange->pPkt, length + 1);
     exchange->rc = cSerialWriteBufW(exchange->pPkt, static_cast<int>(length), &exchange->hComm);
-    if (exchange->rc >= 0) {
+    if (!IsError(exchange->rc)) {
         STEP_LOG(VKO_LOG_INF, "Win:OK:STEP-03.0[PASS] rc[%06d] Port[%s]\n", exchange->rc,
                  exchange->strPortName);
         return EXCHANGE_ON;
@@ -187,7 +192,7 @@ static eExchangeStep SendCommand(tExchange* exchange) {
 static void ReceiveReply(tExchange* exchange) {
     exchange->rc =
         cSerialReadBufW(exchange->pPkt, GL_DEF_MAX_SAT_PKT_SIZE, &exchange->hComm, exchange->iTimeout);
-    if (exchange->rc >= 0) return;
+    if (!IsError(exchange->rc)) return;
     Failed(exchange, EXCHANGE_NOT_RECEIVED);
     STEP_LOG(VKO_LOG_ERR, "Win:ER:STEP-04.0[FAIL] rc[%06d] Port[%s]\n\t << %s\n", exchange->rc,
              exchange->strPortName, exchange->pPkt);
@@ -212,7 +217,7 @@ static void CloseOut(tExchange* exchange) {
         // Released, but never closed: each exchange leaves one handle to the mutex open, on purpose.
         plat_mutex_release(exchange->hMutex);
     }
-    if (exchange->rc < 0) {
+    if (IsError(exchange->rc)) {
         STEP_LOG(VKO_LOG_ERR, "Win:ER:STEP-07.0[FAIL] rc[%06d] LibVersion[%s] BuildDate[%s] MaxPktSz[%d]\n",
                  exchange->rc, ZANTIR_LIB_VERSION, ZANTIR_BUILD_STAMP, GL_DEF_MAX_SAT_PKT_SIZE);
     } else {

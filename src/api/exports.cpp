@@ -40,10 +40,11 @@ static void LogText(const tSatCommand& command, unsigned uiLevel, int rc, const 
 }
 
 static void LogReply(const tSatCommand& command, int rc) {
+    const bool bFailed = rc < 0;
     if (command.eTrafficLog == SAT_LOG_BOTH_WAYS) {
-        LogText(command, rc < 0 ? VKO_LOG_ERR : VKO_LOG_INF, rc,
-                rc < 0 ? "ER\n\tSAT->PC <<    SAT_Rsp" : "OK\n\tSAT->PC <<    SAT_Rsp");
-    } else if (rc < 0) {
+        LogText(command, bFailed ? VKO_LOG_ERR : VKO_LOG_INF, rc,
+                bFailed ? "ER\n\tSAT->PC <<    SAT_Rsp" : "OK\n\tSAT->PC <<    SAT_Rsp");
+    } else if (bFailed) {
         LogText(command, VKO_LOG_ERR, rc, "ER\n\t << SAT_Rsp");
     }
 }
@@ -77,12 +78,12 @@ static char* Run(int iCmd, int iSession, int iLength, const char* pcData) {
     return gl_strSatRsp;
 }
 
-/** How much of the buffer an argument can take at most. */
+/** How much of the buffer an argument takes at least. */
 static size_t ArgumentRoom(int) {
-    return sizeof "-2147483648";
+    return {};
 }
 static size_t ArgumentRoom(const char* pArgument) {
-    return pArgument != nullptr ? strlen(pArgument) : sizeof "(null)";
+    return pArgument != nullptr ? strlen(pArgument) : size_t{};
 }
 
 /** One command: formats row iCmd of the table and runs it. `pcData` goes to the result file's routine. */
@@ -91,9 +92,8 @@ static char* RunCommandWithData(int numeroSessao, const char* pcData, tArguments
     Enter(SAT_COMMANDS[iCmd].pName);
     const int iSession = ReducedSession(numeroSessao);
     int iLength = -1;
-    // Arguments beyond all measure are not even formatted: their length may not fit what the formatting
-    // counts in.
-    if ((size_t{0} + ... + ArgumentRoom(arguments)) <= 2 * sizeof gl_strSatRsp) {
+    // Texts that cannot fit are not even formatted: their length may be beyond what the formatting counts in.
+    if ((size_t{} + ... + ArgumentRoom(arguments)) < sizeof gl_strSatRsp) {
         iLength = snprintf(gl_strSatRsp, sizeof gl_strSatRsp, SAT_COMMANDS[iCmd].pFormat, SAT_STX, iSession,
                            arguments..., SAT_ETX);
     }

@@ -24,7 +24,7 @@ int cSerialWriteBufW(char* pusTxPkt, int ulTxPktSz, plat_handle* phComm);
 int cSerialReadAck(plat_handle* phComm);
 
 /** Sends ACK when bAck is not 0, NAK when it is. 0 sent, -1 not. */
-int lSerialWriteAck(plat_handle* phComm, int bAck);
+int lSerialWriteAck(plat_handle* phComm, bool bAck);
 
 /** Discards what the driver has queued for reading. 0, or -1 when phComm itself is NULL or the invalid value.
  */

@@ -5,12 +5,12 @@
 #include "state.h"
 
 /** How long an acknowledgement may take, milliseconds of the coarse measure. */
-static constexpr int64_t ACK_TIMEOUT_MS = 2000;
+static constexpr int64_t ACK_TIMEOUT_MS = LinkSeconds(2);
 
 int cSerialReadAck(plat_handle* phComm) {
     const tLinkTime start = LinkNow();
     for (;;) {
-        unsigned char ucByte = 0;
+        unsigned char ucByte = {};
         const bool bReceived = plat_port_read(*phComm, &ucByte, 1) > 0;
         if (bReceived && ucByte == SAT_ACK) {
             API_LOG(VKO_LOG_WRN, "Win\n\tSAT->PC  <<       Rcvd[%02Xh]ACK LibVer[%s] BuildDate[%s]\n", ucByte,
@@ -33,8 +33,8 @@ int cSerialReadAck(plat_handle* phComm) {
     }
 }
 
-int lSerialWriteAck(plat_handle* phComm, int bAck) {
-    const unsigned char ucByte = bAck != 0 ? SAT_ACK : SAT_NAK;
+int lSerialWriteAck(plat_handle* phComm, bool bAck) {
+    const unsigned char ucByte = bAck ? SAT_ACK : SAT_NAK;
     if (plat_port_write(*phComm, &ucByte, 1) == 0) {
         API_LOG(VKO_LOG_ERR, "Win Error writing ACK\n");
         return -1;

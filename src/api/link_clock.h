@@ -23,12 +23,17 @@ int64_t getFILETIMEoffset();
  */
 int64_t LinkElapsedMs(const tLinkTime& start, const tLinkTime& later);
 
+/** A limit in this measure, which knows whole seconds only. */
+constexpr int64_t LinkSeconds(int64_t seconds) {
+    return 1000 * seconds;
+}
+
 /**
  * The longest that the bytes of one command, or those of one reply behind its first, may take in all: half an
  * hour, twice what the largest frame needs at 115200 baud. The time-outs alone, which every byte restarts,
  * would let a device that trickles hold the caller for years.
  */
-constexpr int64_t LINK_TRANSFER_LIMIT_MS = 1'800'000;
+constexpr int64_t LINK_TRANSFER_LIMIT_MS = LinkSeconds(1800);
 
 /** Now, and what LinkElapsedMs makes of it. */
 tLinkTime LinkNow();

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 
 #include "../vko_sat_utils/packet.h"
@@ -11,7 +12,7 @@
 
 static constexpr int READ_ATTEMPTS = 3;
 static constexpr int32_t BODY_TIMEOUT_MS = 100;
-static constexpr int32_t AFTER_STALL_TIMEOUT_MS = 2000;
+static constexpr int32_t AFTER_STALL_TIMEOUT_MS = LinkSeconds(2);
 static constexpr int SHORTEST_FRAME = 3;  // STX, checksum, ETX
 
 static const char READ[] = "cSerialReadBufW";
@@ -42,14 +43,11 @@ static unsigned char AreaByte(int iAt) {
 
 /** Milliseconds of a time-out in seconds; the largest 32-bit value where they do not fit. */
 static int32_t TimeoutMs(int iSeconds) {
-    const int64_t iMilliseconds = static_cast<int64_t>(iSeconds) * 1000;
-    if (iMilliseconds > INT32_MAX) return INT32_MAX;
-    return iMilliseconds < INT32_MIN ? INT32_MIN : static_cast<int32_t>(iMilliseconds);
+    return static_cast<int32_t>(std::clamp<int64_t>(LinkSeconds(iSeconds), INT32_MIN, INT32_MAX));
 }
 
 static void StartAttempt(tReplyRead* read) {
     read->iPos = 0;
-    read->iChkPos = 0;
     read->lNext = SAT_BLOCK_SIZE;
     read->ucCkSumCalc = 0;
     read->start = LinkNow();
@@ -119,7 +117,7 @@ static eReadStep AcceptFrame(tReplyRead* read) {
     memset(gl_strRcvArea + read->iChkPos, 0, static_cast<size_t>(read->iPos - read->iChkPos));
     LogFrame(*read);
     SAT_API_RspPktParcer(gl_strRcvArea, read->iChkPos);
-    lSerialWriteAck(read->phComm, 1);
+    lSerialWriteAck(read->phComm, true);
     LogSATProtocolFrame(gl_strRcvArea, static_cast<size_t>(read->iPos), 1);
     const size_t textLength = static_cast<size_t>(read->iChkPos - SHORTEST_FRAME);
     memcpy(read->pcBuf, gl_strRcvArea + 1, textLength);
@@ -137,7 +135,7 @@ static eReadStep RejectFrame(tReplyRead* read) {
         "NAK:MissMatch!!!!\n",
         read->iChkPos, AreaByte(read->iChkPos), read->ucCkSumCalc, read->lNext, read->iPos,
         static_cast<long>(read->dwBytesRead));
-    lSerialWriteAck(read->phComm, 0);
+    lSerialWriteAck(read->phComm, false);
     API_LOG_AS(
         READ, VKO_LOG_WRN,
         "Win: WR << pcWork[%03d]=[%02Xh]--- ucCkSumCalc[%02Xh] lNext[%04d] iPos[%04d] dwBytesRead[%04ld] "
@@ -172,7 +170,7 @@ static eReadStep ScanReceived(tReplyRead* read) {
 
 /** A full block without ETX is acknowledged before the device goes on. */
 static void AcknowledgeBlock(tReplyRead* read) {
-    lSerialWriteAck(read->phComm, 1);
+    lSerialWriteAck(read->phComm, true);
     read->lNext += SAT_BLOCK_SIZE;
     read->iTimeout = BODY_TIMEOUT_MS;
     API_LOG_AS(READ, VKO_LOG_WRN,
@@ -189,7 +187,7 @@ static eReadStep CheckStall(tReplyRead* read) {
         READ, VKO_LOG_WRN,
         "Win: ER iChkPos[%04d] iPos[%04d] lNext[%04d] liDifTime:iTimeout[%ld:%d]TIMEOUT!! >> Send NAK\n",
         read->iChkPos, read->iPos, read->lNext, static_cast<long>(read->liDifTime), read->iTimeout);
-    lSerialWriteAck(read->phComm, 0);
+    lSerialWriteAck(read->phComm, false);
     read->iTimeout = AFTER_STALL_TIMEOUT_MS;
     return READ_ATTEMPT_LOST;
 }
@@ -215,7 +213,7 @@ static eReadStep ReceiveSome(tReplyRead* read) {
     if (read->dwBytesRead == 0) return CheckStall(read);
 
     // Bytes that moved left no error behind, so this never ends the reply: on purpose.
-    if (LinkConsultReadError(LINK_NO_ERROR, PlaceOf(*read)) < 0) return READ_NO_REPLY;
+    if (LinkConsultReadError(LINK_NO_ERROR, PlaceOf(*read)) != 0) return READ_NO_REPLY;
     read->iPos += static_cast<int>(read->dwBytesRead);
     const eReadStep step = ScanReceived(read);
     if (step != READ_ON) return step;
@@ -249,7 +247,7 @@ int cSerialReadBufW(char* pcBuf, int iBufSz, plat_handle* phComm, int iTimeoutSe
     read.pcBuf = pcBuf;
     read.phComm = phComm;
     read.iTimeout = TimeoutMs(iTimeoutSec);
-    read.iFrameLimit = iBufSz < MAX_FRAME_SIZE - 2 ? iBufSz + 2 : MAX_FRAME_SIZE;
+    read.iFrameLimit = std::min(iBufSz, MAX_FRAME_SIZE - 2) + 2;
 
     for (int iAttempts = READ_ATTEMPTS; iAttempts != 0; --iAttempts) {
         const eReadStep step = RunAttempt(&read);

@@ -9,7 +9,7 @@
 #include "port.h"
 #include "protocol_log.h"
 
-static constexpr int64_t WRITE_TIMEOUT_MS = 2000;
+static constexpr int64_t WRITE_TIMEOUT_MS = LinkSeconds(2);
 static constexpr uint32_t WRITE_PAUSE_MS = 1;
 
 /** A NAK is reported with this code, which the port settings use for another failure: on purpose. */
@@ -60,7 +60,7 @@ static int WriteBlock(tOutgoing* out) {
 
         // Bytes that moved left no error behind, so this never ends the write: on purpose.
         const int rc = LinkConsultWriteError(LINK_NO_ERROR, out->iSize, 0, WRITE_TIMEOUT_MS);
-        if (rc < 0) return rc;
+        if (rc != 0) return rc;
         start = LinkNow();
         out->iOffset += static_cast<int>(uiWritten);
         // A port that always takes one more byte in time would hold the till for hours.
@@ -110,13 +110,13 @@ int cSerialWriteBufW(char* pusTxPkt, int ulTxPktSz, plat_handle* phComm) {
     do {
         out.iBlockEnd = out.iSize - out.iOffset > SAT_BLOCK_SIZE ? out.iOffset + SAT_BLOCK_SIZE : out.iSize;
         int rc = WriteBlock(&out);
-        if (rc < 0) return rc;
+        if (rc != 0) return rc;
         LogBlock(out);
         // Called for its lines, which are all information. It goes through the frame from its start at each
         // block, so where nobody wants the lines a command of megabytes need not wait for it.
         if (VKO_LogEnabled(VKO_LOG_INF)) SAT_API_CmdPktParcer(out.pFrame, out.iBlockEnd);
         rc = AwaitAck(out);
-        if (rc < 0) return rc;
+        if (rc != 0) return rc;
     } while (out.iOffset < out.iSize);
     LogSATProtocolFrame(out.pFrame, static_cast<size_t>(out.iSize), 0);
     return out.iOffset;

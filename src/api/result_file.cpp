@@ -44,8 +44,8 @@ static void WriteResult(const char* pPath, const plat_calendar& now, const void*
         RESULT, VKO_LOG_INF,
         "Win: rc[%06d]OK:\n\tSaved File[%s]\n\t          [DD/MM/YYYY HH:MM:SS]\n\t strTmpTimeStamp[%s]\n", 0,
         pPath, strTmpTimeStamp);
-    const bool bWritten = plat_file_write(file, pReply, static_cast<size_t>(iLength));
-    if (!plat_file_close(file) || !bWritten) {
+    plat_file_write(file, pReply, static_cast<size_t>(iLength));
+    if (!plat_file_close(file)) {
         API_LOG_AS(RESULT, VKO_LOG_ERR, "Win: rc[%06d]ER:File[%s]Not Written\n", -1, pPath);
     }
 }

@@ -246,13 +246,15 @@ plat_file* plat_file_open(const char* path, const char* mode);
 /** Reads up to `size` bytes and returns their number; 0 at the end or on an error. */
 size_t plat_file_read(plat_file* file, void* buffer, size_t size);
 
-/** Writes `size` bytes; false when not all of them could be taken. What is written may wait for the close. */
+/** Writes `size` bytes; false when not all of them could be taken. What is written may wait for the close,
+ * which tells of everything that failed. */
 bool plat_file_write(plat_file* file, const void* bytes, size_t size);
 
 /** Writes formatted text; false when it could not be taken. A NULL for "%s" prints "(null)". */
 bool plat_file_vprintf(plat_file* file, const char* format, va_list arguments) PLAT_PRINTF_CHECK(2, 0);
 
-/** Flushes and closes. False when something written could not reach the file. */
+/** Flushes and closes. False when anything that was to be written, at whatever time, could not reach the
+ * file. */
 bool plat_file_close(plat_file* file);
 
 /**

@@ -1,5 +1,7 @@
 #include "field_splitter.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "packet.h"
@@ -50,7 +52,7 @@ void TrimPiece(const SatFieldCursor& cursor, SatField* field) {
     if (field->is_last) {
         SetEtx(cursor, field, last - 1);
         // A piece of ETX alone leaves its checksum in front of it, in another field's place.
-        last = last - first >= 2 ? last - 2 : first;
+        last -= std::min<ptrdiff_t>(last - first, 2);
     }
     field->text = first;
     field->length = static_cast<size_t>(last - first);

@@ -120,19 +120,19 @@ int32_t DumpPacket(const SatParser& parser, ParserInput input, int32_t packet_si
 }  // namespace
 
 int32_t SAT_API_CmdPktParcer(const void* pSatCmdPkt, int32_t iSatCmdPktLen) {
-    return DumpPacket(COMMAND_PACKET, {"pSatCmdPkt", static_cast<const char*>(pSatCmdPkt), 0}, iSatCmdPktLen,
+    return DumpPacket(COMMAND_PACKET, {"pSatCmdPkt", static_cast<const char*>(pSatCmdPkt), {}}, iSatCmdPktLen,
                       Behind::Text);
 }
 
 int32_t SAT_API_RspPktParcer(const void* pSatRspPkt, int32_t iSatRspPktLen) {
     // The last field is measured here, not the text: only a reply of one field can have its two bytes shown.
     // It is kept so on purpose.
-    return DumpPacket(REPLY_PACKET, {"pSatRspPkt", static_cast<const char*>(pSatRspPkt), 0}, iSatRspPktLen,
+    return DumpPacket(REPLY_PACKET, {"pSatRspPkt", static_cast<const char*>(pSatRspPkt), {}}, iSatRspPktLen,
                       Behind::LastField);
 }
 
 int32_t SAT_APP_CmdParcer(const char* /*pCmdName*/, const char* pSatArgs) {
-    ParserInput input = {"pSatArgs", pSatArgs, 0};
+    ParserInput input = {"pSatArgs", pSatArgs, {}};
     if (IsNull(ARGUMENTS, input)) {
         return 0;
     }

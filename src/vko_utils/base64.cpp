@@ -54,8 +54,7 @@ void EncodeGroup(char* characters, size_t group) {
 void EncodeAll(const unsigned char* bytes, size_t size, char* characters) {
     size_t at = 0;
     // Two groups a step; six bytes are used of the eight that are read at once.
-    for (; size - at >= 8; at += 6, characters += 8) {
-        uint64_t groups = 0;
+    for (uint64_t groups = {}; size - at >= sizeof groups; at += 6, characters += 8) {
         memcpy(&groups, bytes + at, sizeof groups);
         groups = BigEndian(groups) >> 16;
         EncodeGroup(characters, static_cast<size_t>(groups >> 24));
@@ -86,7 +85,7 @@ struct Decoding {
 /** Whether one of eight bytes is the padding character. */
 bool HoldsPadding(const unsigned char* bytes) {
     constexpr uint64_t ones = 0x0101010101010101;
-    uint64_t word = 0;
+    uint64_t word = {};
     memcpy(&word, bytes, sizeof word);
     word ^= ones * static_cast<unsigned char>(PADDING);
     // A byte that is zero now borrows into its top bit.
@@ -101,18 +100,23 @@ uint64_t CharacterValue(const Decoding& decoding, size_t at) {
     return decoding.table[decoding.characters[at]];
 }
 
-/** Decodes the group whose characters begin at `at`, storing only what belongs to the output. */
+/** Stores the lowest byte of `bits` where it belongs to the output. */
+void StoreByte(const Decoding& decoding, size_t to, uint64_t bits) {
+    if (to < decoding.output_length) {
+        decoding.bytes[to] = static_cast<unsigned char>(bits);
+    }
+}
+
+/** Decodes the group whose characters begin at `at`. */
 void DecodeGroup(const Decoding& decoding, size_t at) {
     uint64_t group = 0;
     for (size_t i = 0; i < 4; i++) {
         group = group << 6 | CharacterValue(decoding, at + i);
     }
-    for (size_t i = 0; i < 3; i++) {
-        const size_t to = at / 4 * 3 + i;
-        if (to < decoding.output_length) {
-            decoding.bytes[to] = static_cast<unsigned char>(group >> (16 - 8 * i));
-        }
-    }
+    const size_t to = at / 4 * 3;
+    StoreByte(decoding, to, group >> 16);
+    StoreByte(decoding, to + 1, group >> 8);
+    StoreByte(decoding, to + 2, group);
 }
 
 /** Decodes eight characters into the upper six bytes of the result, without a look at the output buffer. */

@@ -23,30 +23,30 @@ void TellText(const char* name, const char* text, const char* verdict) {
     Tell(VKO_LOG_INF, line);
 }
 
+/** Whether a step went well; tells its code when not. */
+bool Passed(int32_t rc, const char* verdict) {
+    if (rc >= 0) return true;
+    char line[32];
+    snprintf(line, sizeof line, "rc[%05d]%s", rc, verdict);
+    Tell(VKO_LOG_ERR, line);
+    return false;
+}
+
 }  // namespace
 
 int32_t VKO_Base64_Test01() {
     static constexpr char clear[] = "Testando Base64 Encoding";
-    char line[32];
     TellText("ClearDataIn", clear, "");
     char encoded[40] = {};
-    uint64_t encoded_length = 0;
+    uint64_t encoded_length = {};
     const auto rc_encode =
         static_cast<int32_t>(VKO_Base64Encoder(clear, sizeof clear - 1, encoded, &encoded_length));
-    if (rc_encode < 0) {
-        snprintf(line, sizeof line, "rc[%05d]ER", rc_encode);
-        Tell(VKO_LOG_ERR, line);
-        return rc_encode;
-    }
+    if (!Passed(rc_encode, "ER")) return rc_encode;
     TellText("Base64DataOut", encoded, "");
     char decoded[40] = {};
-    uint64_t decoded_length = 0;
+    uint64_t decoded_length = {};
     const int32_t rc_decode = VKO_Base64Decoder(encoded, encoded_length, decoded, &decoded_length);
-    if (rc_decode < 0) {
-        snprintf(line, sizeof line, "rc[%05d]ER:", rc_decode);
-        Tell(VKO_LOG_ERR, line);
-        return rc_decode;
-    }
+    if (!Passed(rc_decode, "ER:")) return rc_decode;
     TellText("ClearDataOut", decoded, strcmp(decoded, clear) == 0 ? "MATCH" : "MISMATCH");
     return rc_decode;
 }

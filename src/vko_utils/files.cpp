@@ -1,5 +1,7 @@
 #include "files.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 #include "../platform/platform.h"
@@ -171,14 +173,16 @@ int VKO_DeleteFile(const char* pFileName) {
     return DeleteByShell(DELETE_FILE, __func__, pFileName);
 }
 
+/** What the text of VKO_BinToHexStr holds at most; its last bytes stay free. */
+static constexpr int MOST_HEX_BYTES = 2044;
+
 char* VKO_BinToHexStr(const uint8_t* pData, int iCount) {
     static char strHex[4096];
     memset(strHex, 0, sizeof strHex);
     if (pData == nullptr) return strHex;
-    size_t length = 0;
-    for (int i = 0; i < iCount && length < 4087; ++i) {
-        VKO_FormatText(strHex + length, sizeof strHex - length, "%02X", pData[i]);
-        length += 2;
+    for (int i = 0; i < std::min(iCount, MOST_HEX_BYTES); ++i) {
+        char* pDigits = strHex + 2 * static_cast<ptrdiff_t>(i);
+        snprintf(pDigits, sizeof "FF", "%02X", pData[i]);
     }
     return strHex;
 }

@@ -5,15 +5,14 @@
 #include "../platform/platform.h"
 
 eIniLoad IniLoad(const char* pIniFileName, size_t size, size_t spare, tIniText* text) {
-    text->pText = static_cast<char*>(plat_alloc(size + spare));
-    if (text->pText == nullptr) return INI_NO_MEMORY;
+    char* pText = static_cast<char*>(plat_alloc(size + spare));
+    if (pText == nullptr) return INI_NO_MEMORY;
     plat_file* file = plat_file_open(pIniFileName, "r");
     if (file == nullptr) {
-        plat_free(text->pText);
-        text->pText = nullptr;
+        plat_free(pText);
         return INI_NO_OPEN;
     }
-    text->fileSize = plat_file_read(file, text->pText, size);
+    *text = {pText, plat_file_read(file, pText, size)};
     plat_file_close(file);
     return INI_LOADED;
 }

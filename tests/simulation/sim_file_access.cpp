@@ -86,6 +86,7 @@ plat_file* Files::Open(const char* path, const char* mode) {
     file->reads = row->reads;
     file->writes = row->writes;
     file->read_at = 0;
+    file->failed = false;
     return file;
 }
 

@@ -14,6 +14,7 @@ struct plat_file {
     uint32_t process = 0;
     bool reads = false;
     bool writes = false;
+    bool failed = false;  // something could not be written
     size_t read_at = 0;
     std::string waiting;  // written, and not yet in the file
 };

@@ -96,7 +96,7 @@ TEST_F(SimFiles, OpenModes) {
     EXPECT_EQ(plat_file_read(file, text, 5), 0u);
     EXPECT_STREQ(text, "6\n7");
     EXPECT_FALSE(plat_file_write(file, "x", 1));
-    EXPECT_TRUE(plat_file_close(file));
+    EXPECT_FALSE(plat_file_close(file));
     EXPECT_EQ(files.OpenFiles(), 0u);
     files.MakeFolder("dir");
     EXPECT_EQ(plat_file_open("dir", "a"), nullptr);

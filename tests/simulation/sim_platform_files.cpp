@@ -2,6 +2,7 @@
  * platform.h on the simulated machine: files, folders, shell, output.
  */
 #include "sim_enter.h"
+#include "sim_file_handles.h"
 
 using sim::Fail;
 
@@ -27,20 +28,23 @@ bool plat_file_write(plat_file* file, const void* bytes, size_t size) {
     SIM_ENTER(FileWrite, "%zu", size);
     const auto* text = static_cast<const char*>(bytes);
     if (way == 1) world.files.Write(file, text, size / 2);
-    if (way >= 0) return Fail(sim::kErrorDiskFull, false);
-    return world.files.Write(file, text, size);
+    const bool written = way < 0 && world.files.Write(file, text, size);
+    if (!written) file->failed = true;
+    return way < 0 ? written : Fail(sim::kErrorDiskFull, false);
 }
 
 bool plat_file_vprintf(plat_file* file, const char* format, va_list arguments) {
     SIM_ENTER(FileVprintf);
-    if (way >= 0) return Fail(sim::kErrorDiskFull, false);
-    return world.files.Print(file, format, arguments);
+    const bool written = way < 0 && world.files.Print(file, format, arguments);
+    if (!written) file->failed = true;
+    return way < 0 ? written : Fail(sim::kErrorDiskFull, false);
 }
 
 bool plat_file_close(plat_file* file) {
     SIM_ENTER(FileClose);
     constexpr size_t kNothing = 0, kHalf = 2;
-    if (way < 0) return world.files.Close(file);
+    const bool failed_before = file->failed;
+    if (way < 0) return world.files.Close(file) && !failed_before;
     world.files.Close(file, way == 0 ? kNothing : kHalf);
     return Fail(sim::kErrorDiskFull, false);
 }

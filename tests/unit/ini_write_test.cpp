@@ -242,6 +242,8 @@ TEST_F(IniWrite, AFileThatCannotBeReopenedIsReportedByTheStepThatNeedsIt) {
         {"[S]\n\n[T]\n", "2", -301, Failure("-00301", notFound, "[2]")},
         {"[S]\n\n[T]\n", "", -301, Failure("-00301", notFound, "=NULL")},
         {"[S]\nB=1\n", "2", -301, Failure("-00301", notFound, "[2]"), sim::Call::FileOpen, 2},
+        {"[S]\nB=1\n", "2", -301, Failure("-00301", notFound, "[2]"), sim::Call::FileWrite},
+        {"[S]\nB=1\n", "2", -301, Failure("-00301", notFound, "[2]"), sim::Call::FileClose, 2},
         {"[T]\n", "2", -401, Failure("-00401", "ER:INI_FILE_ERR_CREATE fopen Fail", "[2]"),
          sim::Call::FileOpen, 2},
     };

@@ -34,6 +34,12 @@ TEST_F(LinkRead, HandsTheTextOverAndReturnsTheIndexOfEtx) {
     EXPECT_EQ(Shown(script.received), "<06>");
 }
 
+TEST_F(LinkRead, AnEmptyTextFitsABufferForItsTerminatorAlone) {
+    line->Send(sim::MakeFrame(""));
+    EXPECT_EQ(Read(10, 1), 2);
+    EXPECT_EQ(reply, std::string(1, '\0'));
+}
+
 TEST_F(LinkRead, TheWholeBufferIsClearedFirst) {
     line->Send(
         "\x02"

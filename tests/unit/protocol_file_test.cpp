@@ -291,6 +291,15 @@ TEST_F(ProtocolFile, ALogAboveThreeTimesTheLimitStaysWhereItIs) {
     EXPECT_EQ(World().faults.Count(sim::Call::MoveFile), 0U);
 }
 
+TEST_F(ProtocolFile, TheLongestNameIsMeasuredWhole) {
+    LogSATProtocolMsg(kFrame, 0);
+    const std::string name(sizeof gl_tSat.strSatProtLogFileName - 1, 'n');
+    VKO_CopyText(gl_tSat.strSatProtLogFileName, sizeof gl_tSat.strSatProtLogFileName, name.c_str());
+    gl_tLogSettings.iLogFileMaxSize = 1;
+    World().files.SetText(name, "full");
+    EXPECT_THAT(Measured(), testing::ElementsAre("FileQuery " + name, "FileQuery " + name + "_bkp_00.txt"));
+}
+
 TEST_F(ProtocolFile, ThreeTimesAHugeLimitWrapsBelowZero) {
     LogSATProtocolMsg(kFrame, 0);
     gl_tLogSettings.iLogFileMaxSize = 800000000;

@@ -159,6 +159,22 @@ TEST_F(ResultFile, AFileThatCannotBeOpenedIsReported) {
                                                   "strTmpTimeStamp[20/11/2026 12:04:05]")));
 }
 
+TEST_F(ResultFile, AFileThatCannotBeWrittenWholeIsReported) {
+    const std::string path = std::string(kDefaultFolder) + "\\venda-cprx-20120405-123456-1.sat";
+    for (const sim::Call call : {sim::Call::FileWrite, sim::Call::FileClose}) {
+        // The log's lines are files opened and closed as well: this one's is the last.
+        const uint64_t before = World().faults.Count(call);
+        Write("x");
+        const uint64_t last = World().faults.Count(call) - before;
+        TakeLog();
+        World().faults.FailNth(call, last);
+
+        Write("x");
+        EXPECT_THAT(TakeLog(),
+                    testing::EndsWith(Line("ERR", "Win: rc[-00001]ER:File[" + path + "]Not Written")));
+    }
+}
+
 // --------------------------------------------------------------------------------------- through the exports
 
 class ResultFileOfAnExport : public Library {

@@ -37,6 +37,8 @@ TEST_F(TextBuffer, ATextMayBeCopiedOntoItself) {
 }
 
 TEST_F(TextBuffer, FormattingTellsWhetherEverythingFits) {
+    EXPECT_TRUE(VKO_FormatText(bytes, kSize, "%s", ""));
+    EXPECT_STREQ(bytes, "");
     EXPECT_TRUE(VKO_FormatText(bytes, kSize, "%s", "abcde"));
     EXPECT_STREQ(bytes, "abcde");
     EXPECT_FALSE(VKO_FormatText(bytes, kSize, "%s", "abcdef"));
