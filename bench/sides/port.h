@@ -6,7 +6,10 @@
 #include <cstddef>
 #include <cstdint>
 
-/** Opens a device file for this program alone and makes it 115200,n,8,1 with the time-outs of PortRead. */
+/**
+ * Opens a device file for this program alone and makes it 115200,n,8,1 with the time-outs of PortRead. On
+ * Windows, "listed:" in front of the file asks the system for its present ports first.
+ */
 bool PortOpen(const char* place);
 
 /** Returns the bytes that were written. */
