@@ -172,7 +172,6 @@ static eReadStep ScanReceived(tReplyRead* read) {
 static void AcknowledgeBlock(tReplyRead* read) {
     lSerialWriteAck(read->phComm, true);
     read->lNext += SAT_BLOCK_SIZE;
-    read->iTimeout = BODY_TIMEOUT_MS;
     API_LOG_AS(READ, VKO_LOG_WRN,
                "Win: DLL->SAT Sent ACK\n\t     iChkPos[%06d]\n\t        iPos[%06d]\n\t       "
                "lNext[%06d]\n\t(lNext-iPos)[%06d]Diff To Read 16KBytes Packet!!!\n\t  iTimeout[%d]ms\n",
@@ -219,11 +218,7 @@ static eReadStep ReceiveSome(tReplyRead* read) {
     if (step != READ_ON) return step;
     // No frame is that long: the device has lost its ETX.
     if (read->iPos >= read->iFrameLimit) return RejectFrame(read);
-    if (read->iPos % SAT_BLOCK_SIZE == 0) {
-        AcknowledgeBlock(read);
-    } else {
-        read->iTimeout = BODY_TIMEOUT_MS;
-    }
+    if (read->iPos % SAT_BLOCK_SIZE == 0) AcknowledgeBlock(read);
     read->start = LinkNow();
     return CheckLimit(*read);
 }

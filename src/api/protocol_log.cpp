@@ -111,7 +111,7 @@ struct tLineShape {
     const char* pEnd;
 };
 
-static const tLineShape LINE_SHAPES[2][3] = {
+static const tLineShape LINE_SHAPES[][3] = {
     // To the device. The zero checksum's line has the other direction's label: on purpose.
     {{" PC->SAT >> [", "]InvalidSatPkg\n"},
      {" PC->SAT >> [", "]OK:a\n"},

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -46,10 +47,7 @@ void Store(int32_t* where, int32_t value) {
 int32_t LeadingNumber(const SatField& field) {
     int64_t value = 0;
     for (size_t i = 0; i < field.length && field.text[i] >= '0' && field.text[i] <= '9'; i++) {
-        value = value * 10 + (field.text[i] - '0');
-        if (value > INT32_MAX) {
-            return INT32_MAX;
-        }
+        value = std::min<int64_t>(value * 10 + (field.text[i] - '0'), INT32_MAX);
     }
     return static_cast<int32_t>(value);
 }

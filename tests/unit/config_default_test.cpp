@@ -174,6 +174,14 @@ TEST_F(DefaultConfiguration, TheFirstCallInAFreshFolderWritesItAndAppliesIt) {
     }
 }
 
+TEST_F(DefaultConfiguration, APassOverAFileOfOneByteDoesNotEvenTry) {
+    WriteIni("#");
+    TakeLog();
+    EXPECT_EQ(UpdateZantirConfiguration(), 30);
+    EXPECT_THAT(TakeLog(), testing::Not(testing::HasSubstr("CreateFile_ZantirIni")));
+    EXPECT_EQ(FileText("SAT.ini"), "#");
+}
+
 TEST_F(DefaultConfiguration, TheLibraryNeverWritesTheFileAgain) {
     VersaoDllZantir();
     const std::string text = FileText("SAT.ini") + "# touched\n";

@@ -10,6 +10,9 @@
 
 namespace {
 
+/** The first code as a program finds it that has made no call yet. */
+const int32_t kFirstCodeAtLoad = tSatRetCodeTbl[0].iCode;
+
 /** A 64-bit FNV-1a digest: it pins every byte of a table without writing the table a second time. */
 uint64_t Digest(const std::string& text) {
     uint64_t digest = 0xcbf29ce484222325;
@@ -93,6 +96,10 @@ TEST(ReturnCodes, SpecialCodes) {
     EXPECT_STREQ(SAT_Get_RetCodeMessage(55555, nullptr), "");
     EXPECT_STREQ(SAT_Get_RetCodeMessage(7003, nullptr), "SAT Codigo Retorno[07003] Desconhecido");
     EXPECT_STREQ(SAT_Get_RetCodeMessage(INT32_MAX, nullptr), "SAT Codigo Retorno[2147483647] Desconhecido");
+}
+
+TEST(ReturnCodes, TheFirstCodeIsThatOfTheCatalogueUntilTheFirstCall) {
+    EXPECT_EQ(kFirstCodeAtLoad, 4000);
 }
 
 TEST(ReturnCodes, TheFirstCodeCanBeSetToZero) {

@@ -67,7 +67,7 @@ static std::string ReadLine(int descriptor) {
     if (descriptor < 0) return "";
     const ssize_t count = read(descriptor, line, sizeof line);
     close(descriptor);
-    const std::string text(line, count > 0 ? static_cast<size_t>(count) : 0);
+    const std::string text(line, static_cast<size_t>(std::max<ssize_t>(count, {})));
     return text.substr(0, text.find_first_of(std::string_view("\n\0", 2)));
 }
 

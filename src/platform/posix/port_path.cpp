@@ -12,16 +12,16 @@
 
 constexpr uint32_t kFirstPseudoTerminal = 1000;
 
-/** Reads the number behind "COM"; false when it is none as Windows would write it, in up to nine digits. */
-static bool ParsePortNumber(const char* digits, uint32_t* number) {
+/** The number behind "COM"; 0, which is no port's, when it is none as Windows would write it, in up to nine
+ * digits. */
+static uint32_t PortNumber(const char* digits) {
     const size_t length = strspn(digits, "0123456789");
-    if (length == 0 || length > 9 || digits[length] != '\0' || digits[0] == '0') return false;
+    if (length > 9 || digits[length] != '\0' || digits[0] == '0') return {};
     uint32_t value = 0;
     for (size_t index = 0; index < length; ++index) {
         value = value * 10 + static_cast<uint32_t>(digits[index] - '0');
     }
-    *number = value;
-    return true;
+    return value;
 }
 
 static bool DeviceOfNumber(uint32_t number, PosixPath* device) {
@@ -44,9 +44,7 @@ PosixPath PortDeviceFile(const char* path) {
 
     const char* name = path + sizeof kFront - 1;
     PosixPath device = {};
-    uint32_t number = {};
-    device.valid = strncasecmp(name, "COM", 3) == 0 && ParsePortNumber(name + 3, &number) &&
-                   DeviceOfNumber(number, &device);
+    device.valid = strncasecmp(name, "COM", 3) == 0 && DeviceOfNumber(PortNumber(name + 3), &device);
     if (!device.valid) SetLastErrno(ENOENT);
     return device;
 }

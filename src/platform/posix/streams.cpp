@@ -65,7 +65,7 @@ plat_file* plat_file_open(const char* path, const char* mode) {
 
 size_t plat_file_read(plat_file* file, void* buffer, size_t size) {
     const size_t count = fread(buffer, 1, size, Stream(file));
-    if (count < size && ferror(Stream(file)) != 0) SetLastErrno(errno);
+    if (ferror(Stream(file)) != 0) SetLastErrno(errno);
     return count;
 }
 
