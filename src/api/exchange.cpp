@@ -228,7 +228,7 @@ static void CloseOut(tExchange* exchange) {
 
 int Communicate(char* pZantirPkt, int iTimeout, int, int, int) {
     // The handle is copied before the lock is taken: on purpose, see MakePortReady.
-    tExchange exchange = {pZantirPkt, iTimeout, -1006, gl_hComm, 0, {}};
+    tExchange exchange = {pZantirPkt, iTimeout, -1006, gl_hComm, {}, {}};
     CreateSAT_ProtLogFile();
     GetFiles();
     if (RunExchange(&exchange) != EXCHANGE_RETURN) CloseOut(&exchange);

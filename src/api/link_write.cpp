@@ -106,7 +106,7 @@ int cSerialWriteBufW(char* pusTxPkt, int ulTxPktSz, plat_handle* phComm) {
                 -1, LogHandle(pusTxPkt), ulTxPktSz, LogHandle(phComm));
         return -1;
     }
-    tOutgoing out = {pusTxPkt, InsertChecksum(pusTxPkt, ulTxPktSz), 0, 0, LinkNow(), phComm};
+    tOutgoing out = {pusTxPkt, InsertChecksum(pusTxPkt, ulTxPktSz), 0, {}, LinkNow(), phComm};
     do {
         out.iBlockEnd = out.iSize - out.iOffset > SAT_BLOCK_SIZE ? out.iOffset + SAT_BLOCK_SIZE : out.iSize;
         int rc = WriteBlock(&out);

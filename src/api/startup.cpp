@@ -65,7 +65,7 @@ int init_global_sat_struct() {
     if (!SatStateInitialised()) return Initialise();
     TraleFileLogSzCtl();
     ProtLogFileSzCtl();
-    int64_t iModified = 0;
+    int64_t iModified = {};
     if (!IniModified(&iModified) || iModified == gl_tSat.iConfigTime) return 1;
     UpdateZantirConfiguration();
     VKO_SetIniFileLogMode(SAT_API_LOG, ZANTIR_INI_FILE);

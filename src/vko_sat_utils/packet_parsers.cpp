@@ -108,7 +108,7 @@ int32_t DumpPacket(const SatParser& parser, ParserInput input, int32_t packet_si
         return 0;
     }
     input.length = TextLength(input.text, packet_size);
-    size_t last_piece = 0;
+    size_t last_piece = {};
     const int32_t count = DumpFields(parser, input, &last_piece);
     const size_t measured = behind == Behind::Text ? input.length : last_piece;
     if (count > 0 && static_cast<size_t>(packet_size) == measured + 2) {
@@ -137,7 +137,7 @@ int32_t SAT_APP_CmdParcer(const char* /*pCmdName*/, const char* pSatArgs) {
         return 0;
     }
     input.length = strlen(pSatArgs);
-    size_t last_piece = 0;
+    size_t last_piece = {};
     const int32_t count = DumpFields(ARGUMENTS, input, &last_piece);
     return count > 0 ? count + 1 : 0;
 }

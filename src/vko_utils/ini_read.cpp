@@ -112,7 +112,7 @@ static int RefuseNull(const char* pIniFileName, const char* pSession, const char
 }
 
 static tIniFile NotLoaded(const char* pIniFileName, int rc, const char* pReason) {
-    return {pIniFileName, rc, pReason, nullptr, 0};
+    return {pIniFileName, rc, pReason, nullptr, {}};
 }
 
 tIniFile VKO_LoadIniFile(const char* pIniFileName) {
