@@ -154,12 +154,10 @@ size_t DecodePlain(const Decoding& decoding, size_t at, size_t character_count) 
 }
 
 void DecodeAll(const Decoding& decoding, size_t character_count) {
-    size_t at = 0;
-    while (at < character_count) {
-        at = DecodePlain(decoding, at, character_count);
-        for (int group = 0; group < 2 && at < character_count; group++, at += 4) {
-            DecodeGroup(decoding, at);
-        }
+    size_t at = DecodePlain(decoding, 0, character_count);
+    while (at != character_count) {
+        DecodeGroup(decoding, at);
+        at = DecodePlain(decoding, at + 4, character_count);
     }
 }
 

@@ -35,16 +35,15 @@ class Fault:
         return f"{self.path}:{self.line} {self.kind}: {self.before.strip()}  ->  {self.after.strip() or '(nothing)'}"
 
 
-# The size of a buffer: one more changes nothing that anybody could see.
-BUFFER = re.compile(r"\w\[\d+\](?= *[;=,)])")
+# The size of a buffer: one more, or one multiple more, changes nothing that anybody could see.
+BUFFER = re.compile(r"(?:\w\[\d+\](?= *[;=,)])|^\s*(?:static |const )*(?:unsigned )?(?:char|wchar_t) \w+\[[^\]]+\])")
 
 
 def _code_only(line):
     """The line with comments, texts and characters blanked, so that nothing is found in them."""
     blanked = LITERAL.sub(lambda m: " " * len(m.group()), line)
     at = blanked.find("//")
-    code = blanked if at < 0 else blanked[:at]
-    return BUFFER.sub(lambda m: " " * len(m.group()), code)
+    return blanked if at < 0 else blanked[:at]
 
 
 def _swaps(code):
@@ -53,7 +52,7 @@ def _swaps(code):
         for kind, table in (("comparison", COMPARISONS), ("joint", JOINTS), ("sign", SIGNS)):
             if sign in table:
                 yield kind, match.span(), table[sign]
-    for match in NUMBER.finditer(code):
+    for match in NUMBER.finditer(BUFFER.sub(lambda m: " " * len(m.group()), code)):
         text = match.group()
         base = 16 if text.startswith("0x") else 10
         larger = int(text, base) + 1

@@ -143,6 +143,9 @@ TEST_F(Deletion, ANameTooLongForTheCommandIsNotRun) {
     World().files.SetText(fileFits, "1");
     World().files.SetText(fileFits + "f", "1");
     EXPECT_EQ(VKO_DeleteDir((dirFits + "d").c_str()), -1);
+    EXPECT_THAT(TakeLog(), testing::HasSubstr(Line("ERR", "VKO_DeleteDir",
+                                                   "[000003]ER   pDirName[" + dirFits +
+                                                       "d] Name too long for the command >> not run")));
     EXPECT_EQ(VKO_DeleteFile((fileFits + "f").c_str()), 3);
     EXPECT_TRUE(World().files.commands.empty());
     EXPECT_EQ(VKO_DeleteDir(dirFits.c_str()), 1);
