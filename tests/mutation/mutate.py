@@ -3,8 +3,9 @@
 
 Works on a copy of the committed sources below build/mutation, so that the work tree is never touched. What has a fault
 in it runs only in a sandbox that can write nothing but its own /tmp: some of the code under test removes whole folders.
-A fault that does not compile is not counted and the next one takes its place. Ends with 1 when fewer than the wanted
-share was noticed.
+A fault that does not compile is not counted and the next one takes its place. One that makes a test go on without end
+is noticed when the test's time is over, and said to be: on a busy machine look at those again. Ends with 1 when fewer
+than the wanted share was noticed.
 """
 
 import argparse
@@ -39,6 +40,7 @@ OWN_MACHINE = [
 REAL_MACHINE = [("zantir_platform_tests", ["{build}/zantir_platform_tests", "--gtest_brief=1", "--gtest_fail_fast"])]
 OVER_A_LINE = [(None, ["ctest", "--test-dir", "{build}", "-L", "line", "--stop-on-failure", "-j", "1"])]
 WATCHER_SECONDS = 120
+TIME_OUT = "time-out"
 
 
 def sandbox(writable):
@@ -57,7 +59,7 @@ def run(command, seconds):
                               text=True, errors="replace")
         return done.returncode, done.stdout
     except subprocess.TimeoutExpired:
-        return "time-out", ""
+        return TIME_OUT, ""
 
 
 def watchers_of(path, quick):
@@ -111,7 +113,7 @@ class Place:
                 return None
             status, _ = self._ask(command, WATCHER_SECONDS)
             if status != 0:
-                return f"{number} {target or 'line'}"
+                return f"{number} {target or 'line'}" + (" time-out" if status == TIME_OUT else "")
         return ""
 
     def _make(self, target, front=()):
@@ -165,7 +167,7 @@ class Run:
             watcher, seconds = outcome
             with self._guard:
                 self._results.append(Result(index, fault, watcher))
-                print(f"{len(self._results):4} {watcher or 'SURVIVED':24} {seconds:5.1f} s  {fault}", flush=True)
+                print(f"{len(self._results):4} {watcher or 'SURVIVED':31} {seconds:5.1f} s  {fault}", flush=True)
 
 
 def choose(copy, seed, folders):
