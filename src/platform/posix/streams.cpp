@@ -1,5 +1,5 @@
 /*
- * Open files: buffered ones, the append descriptor, standard output.
+ * Open files: buffered ones, the append descriptor.
  */
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -29,10 +29,14 @@ static FILE* Stream(plat_file* file) {
     return reinterpret_cast<FILE*>(file);
 }
 
-/** Whether an open descriptor is a file that can be read or written without waiting for anybody. */
-static bool IsPlainFile(int descriptor) {
+/**
+ * Whether an open descriptor may be used: for reading only a plain file, which nobody has to be waited for;
+ * for writing everything but a pipe, whose reader may go, which ends a program that writes on.
+ */
+static bool IsUsable(int descriptor, bool for_reading) {
     struct stat status = {};
-    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    if (fstat(descriptor, &status) != 0) return false;
+    return for_reading ? S_ISREG(status.st_mode) : !S_ISFIFO(status.st_mode);
 }
 
 /** The flags of open that a mode of fopen stands for. */
@@ -53,10 +57,10 @@ plat_file* plat_file_open(const char* path, const char* mode) {
         SetLastErrno(errno);
         return nullptr;
     }
-    const bool plain = mode[0] != 'r' || IsPlainFile(descriptor);
-    FILE* stream = plain ? fdopen(descriptor, mode) : nullptr;
+    const bool usable = IsUsable(descriptor, mode[0] == 'r');
+    FILE* stream = usable ? fdopen(descriptor, mode) : nullptr;
     if (stream == nullptr) {
-        SetLastErrno(plain ? errno : EACCES);
+        SetLastErrno(usable ? errno : EACCES);
         close(descriptor);
         return nullptr;
     }
@@ -103,9 +107,14 @@ int plat_append_open(const char* path) {
     }
     if (descriptor == -1) {
         SetLastErrno(errno);
-    } else {
-        open_append = descriptor;
+        return -1;
     }
+    if (!IsUsable(descriptor, false)) {
+        close(descriptor);
+        SetLastErrno(EACCES);
+        return -1;
+    }
+    open_append = descriptor;
     return descriptor;
 }
 
@@ -128,9 +137,4 @@ void plat_append_close(int descriptor) {
     int expected = descriptor;
     open_append.compare_exchange_strong(expected, -1);
     close(descriptor);
-}
-
-void plat_print(const char* text) {
-    fputs(text, stdout);
-    fflush(stdout);
 }

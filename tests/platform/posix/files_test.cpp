@@ -1,6 +1,7 @@
 /*
  * Files where Unix differs: what the removal must not touch, kinds of files, descriptors, order.
  */
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,6 +27,21 @@ TEST_F(UnixFiles, KindsOfFiles) {
         EXPECT_EQ(status.mode & PLAT_MODE_FORMAT, PLAT_MODE_BLOCK);
         EXPECT_EQ(status.mode & 0777u, 0600u);
     }
+}
+
+TEST_F(UnixFiles, APipeIsNotWrittenToEvenWithAReader) {
+    // The reader may go between two lines of a log, which would end the program.
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    const int reader = open("pipe", O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    EXPECT_EQ(plat_append_open("pipe"), -1);
+    EXPECT_EQ(plat_last_error(), PLAT_ERROR_ACCESS_DENIED);
+    for (const char* mode : {"a", "w", "w+"}) {
+        SetLastErrorCode(0);
+        EXPECT_EQ(plat_file_open("pipe", mode), nullptr) << mode;
+        EXPECT_EQ(plat_last_error(), PLAT_ERROR_ACCESS_DENIED) << mode;
+    }
+    close(reader);
 }
 
 TEST_F(UnixFiles, TheAppendFileIsItsOwners) {

@@ -1,0 +1,84 @@
+/*
+ * Standard output.
+ */
+#include <poll.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "../platform.h"
+
+namespace {
+
+/**
+ * Keeps the signal of a pipe without a reader from the calling thread while it lives, and takes the one that
+ * came meanwhile: nobody else must get it, and a program that does not expect it is ended by it.
+ */
+class PipeSignalHeld {
+  public:
+    PipeSignalHeld() {
+        sigset_t pending;
+        sigemptyset(&pending);
+        sigpending(&pending);
+        was_pending_ = sigismember(&pending, SIGPIPE) == 1;
+        sigemptyset(&pipe_signal_);
+        sigaddset(&pipe_signal_, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipe_signal_, &before_);
+    }
+
+    ~PipeSignalHeld() {
+        const timespec at_once = {};
+        // One that was pending before is somebody else's.
+        while (!was_pending_ && sigtimedwait(&pipe_signal_, nullptr, &at_once) < 0 && errno == EINTR) {
+        }
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+
+    PipeSignalHeld(const PipeSignalHeld&) = delete;
+    PipeSignalHeld& operator=(const PipeSignalHeld&) = delete;
+
+  private:
+    sigset_t pipe_signal_;
+    sigset_t before_;
+    bool was_pending_;
+};
+
+}  // namespace
+
+/** How long the reader of standard output may let us wait, milliseconds. */
+constexpr int kReaderPauseMs = 200;
+
+/** The last text was not taken: until the reader is back, nobody waits for it again. */
+static std::atomic<bool> reader_is_gone{false};
+
+/** Whether a write of a few kilobytes to standard output returns at once; it may be one that fails. */
+static bool OutputTakesMore() {
+    pollfd output = {};
+    output.fd = STDOUT_FILENO;
+    output.events = POLLOUT;
+    const bool ready = poll(&output, 1, reader_is_gone ? 0 : kReaderPauseMs) != 0;
+    reader_is_gone = !ready;
+    return ready;
+}
+
+void plat_print(const char* text) {
+    const PipeSignalHeld held;
+    // What the program itself has printed goes first. A pipe that is ready takes PIPE_BUF bytes without a
+    // wait; of a text for a pipe that nobody reads the rest is dropped, since the till must go on.
+    size_t left = strlen(text);
+    bool printed = OutputTakesMore() && fflush(stdout) == 0;
+    while (printed && left > 0 && OutputTakesMore()) {
+        const size_t portion = std::min<size_t>(left, PIPE_BUF);
+        printed = fwrite(text, 1, portion, stdout) == portion && fflush(stdout) == 0;
+        text += portion;
+        left -= portion;
+    }
+}
