@@ -298,7 +298,10 @@ void plat_find_close(plat_handle search);
  * code. */
 int plat_shell(const char* command);
 
-/** Prints text to standard output. */
+/**
+ * Prints text to standard output. What a pipe's reader does not take for a moment is dropped, and a reader
+ * that is gone is nobody's business: this neither waits without end nor ends the program.
+ */
 void plat_print(const char* text);
 
 /** The folder for application data that all users share; false when the system does not tell. */

@@ -1,5 +1,5 @@
 /*
- * Open files: buffered ones, the append descriptor, standard output.
+ * Open files: buffered ones, the append descriptor.
  */
 #include <windows.h>
 // The order matters: the header above defines what these may leave out.
@@ -89,9 +89,4 @@ void plat_append_close(int descriptor) {
     int expected = descriptor;
     open_append.compare_exchange_strong(expected, -1);
     _close(descriptor);
-}
-
-void plat_print(const char* text) {
-    fputs(text, stdout);
-    fflush(stdout);
 }
