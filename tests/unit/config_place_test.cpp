@@ -105,9 +105,16 @@ TEST_F(HostilePlace, SettingsBehindSixtyFourMegabytesAreRead) {
 }
 
 TEST_F(HostilePlace, AFileBeyondAllMeasureIsNotEvenLoaded) {
-    WriteIni("[SAT_TIMEOUT]\nEnviarDadosVenda=45\n" + std::string(INI_FILE_LARGEST, '\n'));
+    std::string text = "[SAT_TIMEOUT]\nEnviarDadosVenda=45\n";
+    text.resize(INI_FILE_LARGEST + 1, '\n');
+    WriteIni(text);
     ExpectSale();
     ExpectDefaults();
+    Reload();
+    text.pop_back();
+    WriteIni(text);
+    ExpectSale();
+    EXPECT_EQ(gl_tSatCmd[2].iTimeout, 45);
 }
 
 TEST_F(HostilePlace, ABinaryFileGivesEveryDefault) {

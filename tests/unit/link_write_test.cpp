@@ -16,7 +16,8 @@ class LinkWrite : public Api {
     int Write(const std::string& text) {
         buffer = "\x02" + text + "\x03";
         const int size = static_cast<int>(buffer.size());
-        buffer.append(16, '\0');
+        // One byte for the checksum; the others are not the frame's, and nothing ends it there.
+        buffer.append(16, '#');
         return cSerialWriteBufW(buffer.data(), size, &hPort);
     }
 
@@ -32,7 +33,7 @@ TEST_F(LinkWrite, InsertsTheChecksumInFrontOfEtx) {
     script.ExpectFrame().Ack();
     EXPECT_EQ(Write("AB"), 5);
     EXPECT_EQ(Shown(script.received), "<02>AB<83><03>");
-    EXPECT_EQ(Shown(buffer.substr(0, 6)), "<02>AB<83><03><00>");
+    EXPECT_EQ(Shown(buffer.substr(0, 6)), "<02>AB<83><03>#");
 }
 
 TEST_F(LinkWrite, AChecksumThatWouldReadAsEtxBecomesFour) {
@@ -168,7 +169,7 @@ TEST_F(LinkWrite, NoAcknowledgementIsReportedWithTheSystemsError) {
 TEST_F(LinkWrite, TheFrameKeepsItsChecksumBehindAFailureAndThePortStaysOpen) {
     script.ExpectFrame().Nak();
     Write("AB");
-    EXPECT_EQ(Shown(buffer.substr(0, 6)), "<02>AB<83><03><00>");
+    EXPECT_EQ(Shown(buffer.substr(0, 6)), "<02>AB<83><03>#");
     EXPECT_TRUE(line->IsOpen());
 }
 

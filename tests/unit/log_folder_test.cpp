@@ -59,9 +59,17 @@ TEST_F(LogFolder, TenFilesAreSearchedAgainAndThatSearchStaysOpen) {
     EXPECT_EQ(trace[0], "FindOpen Log/*.txt");
     EXPECT_EQ(trace[1], "FindClose");
     EXPECT_EQ(trace[2], "FindOpen Log/*.txt");
-    EXPECT_THAT(trace[3], testing::StartsWith("RemoveFile Log/"));
-    EXPECT_THAT(trace[3], testing::Not(HasSubstr(".txt")));
+    EXPECT_EQ(trace[3], "RemoveFile Log/  t");
     EXPECT_EQ(World().files.OpenSearches(), 1U);
+}
+
+TEST_F(LogFolder, AProtocolLogsNameBecomesFourteenBlanks) {
+    for (int day = 10; day < 20; ++day) {
+        World().files.SetText("Log\\202611" + std::to_string(day) + "_SAT_ProtocolLog.txt", "x");
+    }
+    World().faults.TraceOn({sim::Call::RemoveFile});
+    GetFiles();
+    EXPECT_THAT(World().faults.trace, ElementsAre("RemoveFile Log/" + std::string(14, ' ')));
 }
 
 TEST_F(LogFolder, ASearchThatWasLeftOpenEndsWithTheNextOne) {

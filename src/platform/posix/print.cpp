@@ -59,26 +59,27 @@ constexpr int kReaderPauseMs = 200;
 /** The last text was not taken: until the reader is back, nobody waits for it again. */
 static std::atomic<bool> reader_is_gone{false};
 
-/** Whether a write of a few kilobytes to standard output returns at once; it may be one that fails. */
-static bool OutputTakesMore() {
-    pollfd output = {};
-    output.fd = STDOUT_FILENO;
-    output.events = POLLOUT;
-    const bool ready = poll(&output, 1, reader_is_gone ? 0 : kReaderPauseMs) != 0;
+/** Whether a write of a few kilobytes returns at once; it may be one that fails. */
+static bool TakesMore(int descriptor) {
+    pollfd output = {descriptor, POLLOUT, {}};
+    // A signal ends the wait, as its time would.
+    const bool ready = poll(&output, 1, reader_is_gone ? 0 : kReaderPauseMs) > 0;
     reader_is_gone = !ready;
     return ready;
 }
 
 void plat_print(const char* text) {
     const PipeSignalHeld held;
+    const int output = fileno(stdout);
     // What the program itself has printed goes first. A pipe that is ready takes PIPE_BUF bytes without a
-    // wait; of a text for a pipe that nobody reads the rest is dropped, since the till must go on.
-    size_t left = strlen(text);
-    bool printed = OutputTakesMore() && fflush(stdout) == 0;
-    while (printed && left > 0 && OutputTakesMore()) {
-        const size_t portion = std::min<size_t>(left, PIPE_BUF);
-        printed = fwrite(text, 1, portion, stdout) == portion && fflush(stdout) == 0;
-        text += portion;
-        left -= portion;
+    // wait; of a text for a pipe that nobody reads the rest is dropped, since the till must go on. Past the
+    // stream, which would keep what was not taken, and try again when the program ends.
+    const char* const end = text + strlen(text);
+    bool printed = output >= 0 && TakesMore(output) && fflush(stdout) == 0;
+    while (printed && text != end && TakesMore(output)) {
+        const ssize_t count =
+            write(output, text, std::min<size_t>(static_cast<size_t>(end - text), PIPE_BUF));
+        printed = count > 0;
+        text += std::max<ssize_t>(count, {});
     }
 }
