@@ -288,12 +288,12 @@ int UpdateZantirConfiguration() {
     }
     ResetCommandTimeouts();
     // The count stands at 0 for the first key, so a complete pass over the 31 keys returns 30.
-    tIniFile file = VKO_LoadIniFile(ZANTIR_INI_FILE);
+    const tIniFile file = VKO_LoadIniFile(ZANTIR_INI_FILE);
     for (const tConfigKey& key : CONFIG_KEYS) {
         if (&key != CONFIG_KEYS) ++iStep;
         ReadAndApply(file, key, iStep);
     }
-    VKO_FreeIniFile(&file);
+    VKO_FreeIniFile(file);
     return iStep;
 }
 

@@ -22,7 +22,7 @@ static const char LOG_MESSAGE[] = "LogSATProtocolMsg";
 /** The protocol log lies where the diagnostic log is configured to lie. */
 static void FollowLogFolder() {
     const char* pFolder = gl_tLogSettings.strLogFilePath;
-    if (pFolder[0] == '\0' || strcmp(pFolder, "Log") == 0) pFolder = "Log";
+    if (pFolder[0] == '\0') pFolder = "Log";
     char strFolder[sizeof gl_tSat.strSatProtLogFilePath];
     const bool bWhole = VKO_CopyText(strFolder, sizeof strFolder, pFolder);
     if (strcmp(gl_tSat.strSatProtLogFilePath, strFolder) == 0) return;
@@ -50,7 +50,7 @@ static void OpenTodaysFile() {
     VKO_FormatText(pName, sizeof gl_tSat.strSatProtLogFileName, "%s\\%04d%02d%02d_SAT_ProtocolLog.txt",
                    gl_tSat.strSatProtLogFilePath, now.year, now.month, now.day);
     const int iFd = plat_append_open(pName);
-    if (iFd == 0 || iFd == -1) {
+    if (iFd == -1) {
         API_LOG_AS(CREATE, VKO_LOG_ERR,
                    "---   rc[%06d]ER:logFd[%08Xh]=NULL or -1 pcLogName[%s]File Not Created\n",
                    ERR_FILE_NOT_CREATED, static_cast<unsigned>(iFd), pName);

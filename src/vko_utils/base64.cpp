@@ -225,7 +225,6 @@ int32_t VKO_Base64Decoder(const void* pB64In, uint64_t ztBase64InLen, void* pBin
     if (!psB64_DecTable && VKO_Base64DecTblAlloc() != 0) {
         VKO_LOG(gl_pLogBaseName, VKO_UTILS_SOURCE, VKO_LOG_ERR, "Alloc_Base64_DecTable() fail rc[%06d]\n",
                 VKO_ERR_BASE64_TABLE);
-        VKO_Base64DecTblFree();
         return VKO_ERR_BASE64_TABLE;
     }
     const auto* characters = static_cast<const unsigned char*>(pB64In);

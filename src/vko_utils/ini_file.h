@@ -36,8 +36,8 @@ struct tIniFile {
 /** Reads a file for VKO_GetLoadedIniValue. A failure is kept for the look-ups, not reported. */
 tIniFile VKO_LoadIniFile(const char* pIniFileName);
 
-/** Releases what VKO_LoadIniFile took. */
-void VKO_FreeIniFile(tIniFile* file);
+/** Releases what VKO_LoadIniFile took; the file is not to be asked any more. */
+void VKO_FreeIniFile(const tIniFile& file);
 
 /** VKO_GetIniFileValueSized on a file as VKO_LoadIniFile found it. */
 int VKO_GetLoadedIniValue(const tIniFile& file, const char* pSession, const char* pItem, char* pRetValue,

@@ -133,10 +133,8 @@ tIniFile VKO_LoadIniFile(const char* pIniFileName) {
     return {pIniFileName, INI_FILE_OK, "", text.pText, text.fileSize};
 }
 
-void VKO_FreeIniFile(tIniFile* file) {
-    plat_free(file->pText);
-    file->pText = nullptr;
-    file->textSize = 0;
+void VKO_FreeIniFile(const tIniFile& file) {
+    plat_free(file.pText);
 }
 
 int VKO_GetLoadedIniValue(const tIniFile& file, const char* pSession, const char* pItem, char* pRetValue,
@@ -159,9 +157,9 @@ int VKO_GetIniFileValueSized(const char* pIniFileName, const char* pSession, con
     if (pIniFileName == nullptr || pSession == nullptr || pItem == nullptr || pRetValue == nullptr) {
         return RefuseNull(pIniFileName, pSession, pItem, pRetValue);
     }
-    tIniFile file = VKO_LoadIniFile(pIniFileName);
+    const tIniFile file = VKO_LoadIniFile(pIniFileName);
     const int rc = VKO_GetLoadedIniValue(file, pSession, pItem, pRetValue, size);
-    VKO_FreeIniFile(&file);
+    VKO_FreeIniFile(file);
     return rc;
 }
 

@@ -115,14 +115,14 @@ int VKO_SetIniFileLogMode(const char* logName, const char* iniFileName) {
         CONFIGURE_LOG(VKO_LOG_ERR, "[%04d] %s %s rc[%04d]ER pIniFileName=NULL\n", INI_FILE_ERR_INVALID_PARAM);
     }
     ResetSettings(logName);
-    tIniFile file = VKO_LoadIniFile(iniFileName);
+    const tIniFile file = VKO_LoadIniFile(iniFileName);
     ReadFolder(file);
     ReadName(file);
     ReadMaxSize(file);
 
     char value[512];
     const tLogKey key = ReadKey(file, "LogMode", value);
-    VKO_FreeIniFile(&file);
+    VKO_FreeIniFile(file);
     if (key.rc < 0) {
         gl_tLogSettings.iLevelMask = 1;
         gl_tLogFlags.iError = 1;

@@ -13,7 +13,8 @@ NUMBER = re.compile(r"(?<![\w.\"'])(0x[0-9A-Fa-f]+|\d+)(?![\w.\"'])")
 TRUTH = re.compile(r"\b(true|false)\b")
 # A whole statement on one line: a call, an assignment or a step. Declarations begin with a type and do not match.
 STATEMENT = re.compile(r"^\s+(?:[\w.\->\[\]*]+(?:\([^;]*\))?|[\w.\->\[\]*]+ [-+|&]?= [^;]+|(?:\+\+|--)[\w.\->]+);$")
-NEVER_DROPPED = re.compile(r"^\s+(?:return|break|continue|case|default|static_assert)\b")
+# va_end does nothing on the machines that this runs on.
+NEVER_DROPPED = re.compile(r"^\s+(?:return|break|continue|case|default|static_assert|va_end)\b")
 LITERAL = re.compile(r'"(?:[^"\\]|\\.)*"|\'(?:[^\'\\]|\\.)*\'')
 
 
