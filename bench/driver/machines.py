@@ -9,14 +9,24 @@ from programs import LINUX, TOP, WINDOWS, Device, Side
 PORT = "COM7"
 
 
+# The settings that the library writes where it finds none, as a test holds them against it.
+DEFAULT_SETTINGS = os.path.join(TOP, "tests", "device", "golden", "SAT.ini")
+
+
 def settings(log_mode, emulator_port=""):
-    """SAT.ini: the default one but for the port and the logs."""
-    return (f"[SERIAL_PORT_CONFIG]\nSerialPortConfig=115200,8,N,1\nReadIntervalTimeout=10\n"
-            f"ReadTotalTimeoutMultiplier=1\nReadTotalTimeoutConstant=1\nWriteTotalTimeoutMultiplier=1\n"
-            f"WriteTotalTimeoutConstant=1000\n[SAT_TIMEOUT]\nEnviarDadosVenda=30\nConsultarSAT=10\n"
-            f"[SAT_EMULATOR]\nSerialPortWindows={emulator_port}\nEnable={1 if emulator_port else 0}\n"
-            f"[CUPOM_DESK]\nPathWindows=\nEnable=0\n"
-            f"[LOG]\nLogFilePath=Log\nLogFileName=\nLogFileMaxSize=1300000\nLogMode={log_mode}\n")
+    """SAT.ini: the default one but for the port and the level of the logs."""
+    with open(DEFAULT_SETTINGS, encoding="ascii") as file:
+        text = file.read()
+    changes = {"LogMode=1": f"LogMode={log_mode}"}
+    if emulator_port:
+        changes["SerialPortWindows=CNCA0"] = f"SerialPortWindows={emulator_port}"
+        # The section's switch is the first of that name.
+        changes["Enable=0"] = "Enable=1"
+    for old, new in changes.items():
+        if old not in text:
+            raise ValueError(f"the default settings have no {old}")
+        text = text.replace(old, new, 1)
+    return text
 
 
 class Machine:
