@@ -39,10 +39,15 @@ class Client:
                 raise ClientError(f"the client says nothing for {within} s")
             data = os.read(output, 65536)
             if not data:
-                raise ClientError(f"the client ended: {self.process.wait()}")
+                raise ClientError(f"the client ended: {self.process.wait()}, saying {self._said()!r}")
             self._unread += data
         line, self._unread = self._unread.split(b"\n", 1)
         return line.decode("latin-1").rstrip("\r")
+
+    def _said(self):
+        """The end of what went to standard error in this folder."""
+        with open(self._errors.name, "rb") as file:
+            return file.read()[-2000:].decode("latin-1")
 
     def _answer(self, within):
         """The next line of the client's own: those of the library begin with a bracket."""
