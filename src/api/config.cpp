@@ -270,7 +270,7 @@ static void ReadAndApply(const tIniFile& file, const tConfigKey& key, int iStep)
 
 int UpdateZantirConfiguration() {
     int iStep = 0;
-    if (VKO_FileExist(ZANTIR_INI_FILE) < 1) {
+    if (IniMissing(VKO_FileExist(ZANTIR_INI_FILE))) {
         const int rc = CreateFile_ZantirIni();
         if (rc < 0) {
             API_LOG_OWN_FRONT(

@@ -5,6 +5,13 @@
 
 constexpr int ERR_FIXED_PORT_NULL = -5002;
 
+/** Whether a size that VKO_FileExist gave stands for no "SAT.ini": an empty one counts as missing, on
+ * purpose.
+ */
+constexpr bool IniMissing(int iSize) {
+    return iSize < 1;
+}
+
 /**
  * Writes the default "SAT.ini" when there is none, or an empty one. Returns its size: what was found when it
  * held at least one byte, otherwise what stands there after the attempt, -1 when there is still none.

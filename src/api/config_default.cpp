@@ -1,7 +1,9 @@
 #include <cstring>
+#include <iterator>
+#include <numeric>
+#include <string_view>
 
 #include "../vko_utils/files.h"
-#include "../vko_utils/text.h"
 #include "api_log.h"
 #include "config.h"
 #include "state.h"
@@ -11,7 +13,7 @@
  * and the hint about FixarPorta stands in front of its section, where the search for the key cannot find it:
  * all on purpose.
  */
-static const char* const DEFAULT_BLOCKS[] = {
+static constexpr std::string_view DEFAULT_BLOCKS[] = {
     "#\n"
     "# IMPORTANTE: Para fixar a porta adicione >> FixarPorta=<NomeDaPorta>\n"
     "#\n"
@@ -77,6 +79,9 @@ static const char* const DEFAULT_BLOCKS[] = {
 
 /** The file is assembled in a zeroed buffer of this size before it is written. */
 static constexpr size_t FILE_BUFFER_SIZE = 8192;
+static_assert(std::accumulate(std::begin(DEFAULT_BLOCKS), std::end(DEFAULT_BLOCKS), size_t{},
+                              [](size_t length, std::string_view block) { return length + block.size(); }) <
+              FILE_BUFFER_SIZE);
 
 /**
  * Writes the whole file, or leaves what was there. A file that was cut off would be taken for the customer's
@@ -84,17 +89,16 @@ static constexpr size_t FILE_BUFFER_SIZE = 8192;
  */
 static bool WriteDefaultFile(char* pBuffer) {
     size_t length = 0;
-    for (const char* pBlock : DEFAULT_BLOCKS) {
-        VKO_CopyText(pBuffer + length, FILE_BUFFER_SIZE - length, pBlock);
-        length += strlen(pBuffer + length);
+    for (const std::string_view block : DEFAULT_BLOCKS) {
+        memcpy(pBuffer + length, block.data(), block.size());
+        length += block.size();
     }
     return plat_file_replace(ZANTIR_INI_FILE, pBuffer, length);
 }
 
 int CreateFile_ZantirIni() {
     const int iFound = VKO_FileExist(ZANTIR_INI_FILE);
-    // An empty file counts as missing: on purpose.
-    if (iFound >= 1) {
+    if (!IniMissing(iFound)) {
         API_LOG(VKO_LOG_INF, " rc[%06d]OK file[%s]Already Exist!\n", iFound, ZANTIR_INI_FILE);
         return iFound;
     }
@@ -106,7 +110,7 @@ int CreateFile_ZantirIni() {
     const bool bWritten = WriteDefaultFile(pBuffer);
     plat_free(pBuffer);
     const int iSize = bWritten ? VKO_FileExist(ZANTIR_INI_FILE) : iFound;
-    if (iSize < 0 || !bWritten) {
+    if (IniMissing(iSize)) {
         API_LOG(VKO_LOG_ERR, " rc[%06d]ER file[%s]Could not be Created!!!\n", iSize, ZANTIR_INI_FILE);
     } else {
         API_LOG(VKO_LOG_WRN, " rc[%06d]OK file[%s]Successfull Created!!!\n", iSize, ZANTIR_INI_FILE);

@@ -24,9 +24,8 @@ static void FreeNode(SerialPortNode* node) {
     plat_free(node);
 }
 
-/** The current device's port name in capitals; empty when it has none. */
+/** Reads the current device's port name, in capitals, into the empty text `strName`. It may have none. */
 static void ReadPortName(plat_handle hDevices, uint32_t uiDevice, char (&strName)[PORT_NAME_SIZE]) {
-    memset(strName, 0, sizeof strName);
     if (plat_devices_port_name(hDevices, strName, sizeof strName)) {
         strName[sizeof strName - 1] = '\0';
         API_LOG_AS("GetSerialPortInfo", VKO_LOG_INF, "Win: nDevice[%ld]\n", static_cast<long>(uiDevice));
@@ -68,7 +67,6 @@ static eListing ListPort(plat_handle hDevices, const char* pName, SerialPortNode
         return PORT_SKIPPED;
     }
     const bool bRead = plat_devices_friendly(hDevices, node->pFriendly, uiSize);
-    node->pFriendly[uiSize] = '\0';
     API_LOG_AS("GetSerialPortInfo", VKO_LOG_INF, "Win: SetupDiGetDeviceRegistryPropertyA:cbData\n");
     *ppTail = node;
     // A name that cannot be read still lists the port, but ends the enumeration behind it: on purpose.
@@ -87,7 +85,7 @@ int GetSerialPortInfo(SerialPortNode** ppList) {
             API_LOG(VKO_LOG_INF, "Win: [br]Nor Fiybd\n");
             continue;
         }
-        char strName[PORT_NAME_SIZE];
+        char strName[PORT_NAME_SIZE] = {};
         ReadPortName(hDevices, uiDevice, strName);
         if (strncmp(strName, "COM", 3) != 0) continue;
         const eListing listing = ListPort(hDevices, strName, ppTail);

@@ -129,7 +129,8 @@ static eExchangeStep OpenPort(tExchange* exchange) {
         return EXCHANGE_CLOSE_OUT;
     }
     exchange->rc = cSerialOpenW(lPort, &exchange->hComm);
-    if (IsError(exchange->rc) || !plat_handle_valid(exchange->hComm)) {
+    // The handle tells: an open that failed may leave a result that is not negative.
+    if (!plat_handle_valid(exchange->hComm)) {
         FailWith(exchange, -2004);
         Failed(exchange, EXCHANGE_NOT_OPENED);
         STEP_LOG(VKO_LOG_ERR, "Win:ER:STEP-02.2[FAIL] rc[%06d] Port[%s] lPort[%d] hComm[%08Xh]\n",
@@ -225,7 +226,7 @@ static void CloseOut(tExchange* exchange) {
 
 int Communicate(char* pZantirPkt, int iTimeout, int, int, int) {
     // The handle is copied before the lock is taken: on purpose, see MakePortReady.
-    tExchange exchange = {pZantirPkt, iTimeout, -1006, gl_hComm, {}, {}};
+    tExchange exchange = {pZantirPkt, iTimeout, {}, gl_hComm, {}, {}};
     CreateSAT_ProtLogFile();
     GetFiles();
     if (RunExchange(&exchange) != EXCHANGE_RETURN) CloseOut(&exchange);

@@ -207,7 +207,7 @@ static tLinkReadPlace PlaceOf(const tReplyRead& read) {
 }
 
 static eReadStep ReceiveSome(tReplyRead* read) {
-    const int iEnd = read->lNext < read->iFrameLimit ? read->lNext : read->iFrameLimit;
+    const int iEnd = std::min(read->lNext, read->iFrameLimit);
     ReadInto(read, iEnd - read->iPos);
     if (read->dwBytesRead == 0) return CheckStall(read);
 

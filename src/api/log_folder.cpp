@@ -1,6 +1,9 @@
 #include "log_folder.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <iterator>
 
 #include "../vko_utils/text.h"
 #include "api_log.h"
@@ -34,11 +37,9 @@ static void ConvertMisread(const char (&strName)[FILE_NAME_SIZE], char (&strResp
     // Two bytes also where a wide character is larger, so that every system makes the same text of a name:
     // fourteen blanks of a protocol log's 28 characters. One character more than the name fills ends it.
     wchar_t wide[FILE_NAME_SIZE / 2 + 1] = {};
-    for (size_t i = 0; i < FILE_NAME_SIZE / 2; ++i) {
-        const unsigned uiLow = static_cast<unsigned char>(strName[2 * i]);
-        const unsigned uiHigh = static_cast<unsigned char>(strName[2 * i + 1]);
-        wide[i] = static_cast<wchar_t>(uiHigh << 8 | uiLow);
-    }
+    uint16_t units[FILE_NAME_SIZE / 2];
+    memcpy(units, strName, sizeof units);
+    std::copy(std::begin(units), std::end(units), wide);
     WideCharToByte(wide, strResponse);
 }
 

@@ -1,6 +1,6 @@
 #include "protocol_log.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <cstring>
 
 #include "../vko_sat_utils/packet.h"
@@ -74,10 +74,13 @@ void CreateSAT_ProtLogFile() {
 
 enum eFrameShape { FRAME_INVALID, FRAME_VALID, FRAME_ZERO_CHECKSUM };
 
-/** Looks at the frame's ends. `iLength` grows by one when a zero checksum ended the text early. */
+/**
+ * Looks at the ends of the frame of `size` bytes, one at least. `iLength` grows by one when a zero checksum
+ * ended the text early.
+ */
 static eFrameShape Validate(const char* pSatPkt, size_t size, int* piLength) {
     const int iLength = *piLength;
-    const unsigned char ucFirst = iLength > 0 ? static_cast<unsigned char>(pSatPkt[0]) : 0;
+    const unsigned char ucFirst = static_cast<unsigned char>(pSatPkt[0]);
     if (ucFirst != SAT_STX) {
         API_LOG_AS(LOG_MESSAGE, VKO_LOG_WRN,
                    "All WR:bInvalidPacket\n\t iSatPkgLen[%08d]\n\t pSatPkt[0]=[%02Xh]Expected STX\n", iLength,
@@ -147,7 +150,7 @@ static void AddFrame(tLineBuilder* line, const char* pSatPkt, int iLength, eFram
     }
     // Text bytes between STX and checksum. With a zero checksum the length is counted so that the last text
     // byte is left out, and to the device STX is not shown either: on purpose.
-    const size_t textLength = iLength > 3 ? static_cast<size_t>(iLength - 3) : 0;
+    const size_t textLength = static_cast<size_t>(std::max(iLength - 3, int{}));
     if (shape == FRAME_VALID || bFromDevice) AddHex(line, static_cast<char>(SAT_STX));
     Add(line, pSatPkt + 1, textLength);
     if (shape == FRAME_ZERO_CHECKSUM) {

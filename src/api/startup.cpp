@@ -15,7 +15,7 @@ static void CreateMissingIni() {
     if (VKO_FileExist(ZANTIR_INI_FILE) >= 0) return;
     const int rc = CreateFile_ZantirIni();
     // The levels are not read yet, so neither line is written at a first start.
-    if (rc < 0) {
+    if (IniMissing(rc)) {
         API_LOG_AS(INIT, VKO_LOG_ERR, "--- rc[%06d]ER ConfigFile[%s]NotCreated!!!\n", rc, ZANTIR_INI_FILE);
     } else {
         API_LOG_AS(INIT, VKO_LOG_WRN, "--- rc[%06d]OK ConfigFile[%s]Created!!!\n", rc, ZANTIR_INI_FILE);
@@ -48,7 +48,7 @@ static int Initialise() {
     const int rc = VKO_SetIniFileLogMode(SAT_API_LOG, ZANTIR_INI_FILE);
     UpdateZantirConfiguration();
     LogStart(rc);
-    gl_tLogFlags.iWarning = 0;
+    gl_tLogFlags.iWarning = {};
     VKO_SetIniFileLogMode(SAT_API_LOG, ZANTIR_INI_FILE);
     IniModified(&gl_tSat.iConfigTime);
     UpdateZantirConfiguration();

@@ -1,5 +1,6 @@
 #include "packet.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "../vko_utils/log.h"
@@ -19,7 +20,7 @@ size_t BoundedLength(const char* text, size_t limit) {
  * than 3 characters, and a negative length counts as a very large one.
  */
 bool LengthBelowText(const char* text, int32_t length) {
-    const size_t enough_to_decide = length < 0 ? 3 : static_cast<size_t>(length) + 4;
+    const auto enough_to_decide = static_cast<size_t>(std::max<int64_t>(length, -1) + 4);
     const auto length64 = static_cast<uint64_t>(static_cast<int64_t>(length));
     return length64 < static_cast<uint64_t>(BoundedLength(text, enough_to_decide)) - 3;
 }

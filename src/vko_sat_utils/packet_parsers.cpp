@@ -1,5 +1,6 @@
 #include "packet_parsers.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "field_log.h"
@@ -47,10 +48,7 @@ constexpr SatParser ARGUMENTS = {"SAT_APP_CmdParcer", 'P', false, SAT_EMPTY_BEHI
 
 /** The text within a frame of which `length` bytes may be read: up to its first NUL. */
 size_t TextLength(const char* packet, int32_t length) {
-    if (length <= 0) {
-        return 0;
-    }
-    const auto limit = static_cast<size_t>(length);
+    const auto limit = static_cast<size_t>(std::max(length, int32_t{}));
     const void* end = memchr(packet, '\0', limit);
     return end ? static_cast<size_t>(static_cast<const char*>(end) - packet) : limit;
 }

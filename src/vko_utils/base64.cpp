@@ -68,10 +68,12 @@ void EncodeAll(const unsigned char* bytes, size_t size, char* characters) {
     }
 }
 
-/** A buffer for the encoded text and its NUL; NULL when there is no memory, or no memory can be that large.
+/**
+ * A buffer for the encoded text and its NUL; NULL when there is no memory. A length that is not larger than
+ * the size has wrapped: no memory can be that large.
  */
 void* AllocateEncoded(uint64_t size, uint64_t encoded_length) {
-    return size < SIZE_MAX / 2 ? plat_alloc(encoded_length + 1) : nullptr;
+    return encoded_length > size ? plat_alloc(encoded_length + 1) : nullptr;
 }
 
 /** Everything that a decoding step needs. */
@@ -128,6 +130,11 @@ uint64_t DecodeTwoGroups(const unsigned char* c, const unsigned char* table) {
     return first << 40 | second << 16;
 }
 
+/** Whether the eight characters or bytes that begin at `at` lie in front of `end`. */
+bool EightFit(size_t at, size_t end) {
+    return at + 8 <= end;
+}
+
 /**
  * Decodes two groups at a time from `at` on, as long as that gives the same as one by one. Returns where it
  * stopped.
@@ -143,8 +150,8 @@ size_t DecodePlain(const Decoding& decoding, size_t at, size_t character_count) 
     const unsigned char* const table = decoding.table;
     unsigned char* const bytes = decoding.bytes;
     const size_t length = decoding.output_length;
-    for (; at + 8 <= character_count && at / 4 * 3 + 8 <= length; at += 8) {
-        if (at < length && (at + 8 > length || HoldsPadding(bytes + at))) {
+    for (; EightFit(at, character_count) && EightFit(at / 4 * 3, length); at += 8) {
+        if (at < length && (!EightFit(at, length) || HoldsPadding(bytes + at))) {
             break;
         }
         const uint64_t groups = BigEndian(DecodeTwoGroups(characters + at, table));

@@ -15,7 +15,7 @@ int32_t VKO_GetFileSize(const char* pFileName) {
     }
     plat_file_status status;
     if (!plat_file_query(pFileName, &status)) return -1;
-    return status.size > INT32_MAX ? INT32_MAX : static_cast<int32_t>(status.size);
+    return static_cast<int32_t>(std::min<int64_t>(status.size, INT32_MAX));
 }
 
 int32_t VKO_FileExist(const char* pFileName) {
@@ -151,12 +151,12 @@ static int DeleteByShell(const tDeletion& deletion, const char* pFunction, const
     }
 
     const int iLeft = VKO_Exist(pName);
+    if (iLeft < 0) return 2;
     if (iLeft == 0) {
         VKO_FormatText(strReport, sizeof strReport, "%s Successfull Deleted return 1", deletion.pNoun);
         ReportDeletion(VKO_LOG_WRN, pFunction, 1, pName, strReport);
         return 1;
     }
-    if (iLeft < 0) return 2;
     if (iLeft == 1) {
         ReportDeletion(VKO_LOG_ERR, pFunction, -1, pName, "Directory Could not be Deleted return -1");
         return -1;

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 
 #include "../platform/platform.h"
@@ -122,14 +123,14 @@ static int ChangeItem(const tIniChange& change, tIniText* text, char* pItemAt) {
     }
     if (newLength == 0) {
         memset(pItemAt, ' ', static_cast<size_t>(pLineEnd - pItemAt));
-    } else if (newLength <= oldLength) {
-        memcpy(pValue, change.pNewValue, newLength);
-        memset(pValue + newLength, ' ', oldLength - newLength);
     } else {
+        // A shorter value is filled up with blanks, a longer one moves the rest of the file.
+        const size_t length = std::max(newLength, oldLength);
         const char* pEnd = text->pText + text->fileSize;
-        memmove(pValue + newLength, pLineEnd, static_cast<size_t>(pEnd - pLineEnd));
+        memmove(pValue + length, pLineEnd, static_cast<size_t>(pEnd - pLineEnd));
+        memset(pValue, ' ', length);
         memcpy(pValue, change.pNewValue, newLength);
-        text->fileSize += newLength - oldLength;
+        text->fileSize += length - oldLength;
     }
     if (!plat_file_replace(change.pIniFileName, text->pText, text->fileSize)) {
         return Fail(change, INI_FILE_ERR_NOT_FOUND, "ER:INI_FILE_ERR_NOT_FOUND fopen() Fail");

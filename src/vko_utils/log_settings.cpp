@@ -39,9 +39,8 @@ static const tLogMode LOG_MODES[] = {
 };
 static const tLogMode FALLBACK_MODE = {'\0', 1, &tVkoLogFlags::iError, "ERROR_LOGS_ENABLED<DEFAULT>"};
 
-/** Reads one key of the section into `value`, which is cleared first. */
+/** Reads one key of the section into the empty text `value`. */
 static tLogKey ReadKey(const tIniFile& file, const char* pItem, char (&value)[512]) {
-    memset(value, 0, sizeof value);
     return {file.pName, pItem, VKO_GetLoadedIniValue(file, SECTION, pItem, value, sizeof value)};
 }
 
@@ -62,7 +61,7 @@ static void ResetSettings(const char* logName) {
 }
 
 static void ReadFolder(const tIniFile& file) {
-    char value[512];
+    char value[512] = {};
     const tLogKey key = ReadKey(file, "LogFilePath", value);
     if (key.rc < 0) {
         VKO_CopyText(value, sizeof value, "Log");
@@ -72,7 +71,7 @@ static void ReadFolder(const tIniFile& file) {
 }
 
 static void ReadName(const tIniFile& file) {
-    char value[512];
+    char value[512] = {};
     const tLogKey key = ReadKey(file, "LogFileName", value);
     if (key.rc < 0) {
         VKO_CopyText(value, sizeof value, gl_pLogBaseName);
@@ -86,7 +85,7 @@ static void ReadName(const tIniFile& file) {
 }
 
 static void ReadMaxSize(const tIniFile& file) {
-    char value[512];
+    char value[512] = {};
     const tLogKey key = ReadKey(file, "LogFileMaxSize", value);
     gl_tLogSettings.iLogFileMaxSize = DEFAULT_MAX_SIZE;
     if (key.rc < 0) {
@@ -120,7 +119,7 @@ int VKO_SetIniFileLogMode(const char* logName, const char* iniFileName) {
     ReadName(file);
     ReadMaxSize(file);
 
-    char value[512];
+    char value[512] = {};
     const tLogKey key = ReadKey(file, "LogMode", value);
     VKO_FreeIniFile(file);
     if (key.rc < 0) {

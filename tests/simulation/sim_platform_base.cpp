@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "sim_enter.h"
+#include "sim_memory.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ constexpr size_t kErrorTextEnd = 8;
 void* plat_alloc(size_t size) {
     SIM_ENTER(Alloc, "%zu", size);
     if (way >= 0) return sim::Fail<void*>(sim::kErrorNoMemory, nullptr);
-    void* memory = std::calloc(1, size != 0 ? size : 1);
+    void* memory = sim::Allocate(size);
     if (memory != nullptr) world.CountAllocation(1);
     return memory;
 }
@@ -34,7 +35,7 @@ void* plat_alloc(size_t size) {
 void plat_free(void* memory) {
     SIM_ENTER(Free);
     if (memory != nullptr) world.CountAllocation(-1);
-    std::free(memory);
+    sim::Release(memory);
 }
 
 // ------------------------------------------------------------------------------------------------------ time
@@ -90,7 +91,7 @@ char* plat_error_text(uint32_t code) {
     if (way >= 0 || code > kLastErrorWithText) return nullptr;
     char text[64];
     const int length = snprintf(text, sizeof text, "Simulated error %u.\r\n", code);
-    char* copy = static_cast<char*>(std::calloc(1, static_cast<size_t>(length) + kErrorTextEnd));
+    char* copy = static_cast<char*>(sim::Allocate(static_cast<size_t>(length) + kErrorTextEnd));
     if (copy == nullptr) return nullptr;
     world.CountAllocation(1);
     std::memcpy(copy, text, static_cast<size_t>(length));

@@ -28,19 +28,23 @@ std::string Encode(const std::string& bytes) {
     return {output.get(), size};
 }
 
-/** Decodes in memory of exactly the promised sizes. `before` is what the output buffer holds, repeated. */
+/** Decodes in memory of exactly the promised sizes, with a row of marks behind the output. `before` is what
+ * the output buffer holds, repeated. */
 std::string Decode(const std::string& characters, const std::string& before = std::string(1, '\0')) {
     const auto input = std::make_unique<char[]>(characters.size());
     memcpy(input.get(), characters.data(), characters.size());
     const size_t size = characters.size() / 4 * 3 + 1;
-    const auto output = std::make_unique<char[]>(size);
+    static constexpr char marks[] = "################";
+    const auto output = std::make_unique<char[]>(size + sizeof marks);
     for (size_t i = 0; i < size; i++) {
         output[i] = before[i % before.size()];
     }
+    memcpy(output.get() + size, marks, sizeof marks);
     uint64_t length = NO_LENGTH;
     const int32_t result = VKO_Base64Decoder(input.get(), characters.size(), output.get(), &length);
     EXPECT_EQ(static_cast<uint64_t>(result), length);
     EXPECT_EQ(output[length], '\0');
+    EXPECT_STREQ(output.get() + size, marks);
     EXPECT_EQ(psB64_DecTable, nullptr);
     return {output.get(), length};
 }

@@ -84,15 +84,15 @@ timespec TimeAfter(const timespec& moment, uint64_t microseconds) {
     return after;
 }
 
-void SleepFor(uint64_t microseconds) {
+void SleepFor(std::chrono::microseconds span) {
     timespec now = {};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    const timespec end = TimeAfter(now, microseconds);
+    const timespec end = TimeAfter(now, static_cast<uint64_t>(span.count()));
     // An absolute end: a signal in between neither shortens nor lengthens the sleep.
     while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
     }
 }
 
 void plat_sleep_ms(uint32_t milliseconds) {
-    SleepFor(static_cast<uint64_t>(milliseconds) * 1000);
+    SleepFor(std::chrono::milliseconds(milliseconds));
 }

@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include <chrono>
 #include <ctime>
 
 #include "../platform.h"
@@ -17,4 +18,4 @@ timespec ToTimespec(uint64_t microseconds);
 timespec TimeAfter(const timespec& moment, uint64_t microseconds);
 
 /** Blocks the calling thread for at least so long, however many signals come in between. */
-void SleepFor(uint64_t microseconds);
+void SleepFor(std::chrono::microseconds span);

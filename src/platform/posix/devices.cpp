@@ -21,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "descriptor.h"
 #include "handle_table.h"
 #include "last_error.h"
 #include "path.h"
@@ -38,17 +39,6 @@ struct DeviceSet {
     size_t current = SIZE_MAX;
 };
 
-/** A descriptor that closes by itself. */
-struct Descriptor {
-    explicit Descriptor(int opened) : number(opened) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (number >= 0) close(number);
-    }
-    const int number;
-};
-
 struct FolderCloser {
     void operator()(DIR* folder) const { closedir(folder); }
 };
@@ -61,12 +51,10 @@ static HandleTable<DeviceSet>& DeviceSets() {
     return table;
 }
 
-/** Reads the one line of a file that was just opened, and closes it; empty when the descriptor is none. */
-static std::string ReadLine(int descriptor) {
+/** Reads the one line of a file that was just opened; empty when the descriptor is none. */
+static std::string ReadLine(const Descriptor& file) {
     char line[4096];
-    if (descriptor < 0) return "";
-    const ssize_t count = read(descriptor, line, sizeof line);
-    close(descriptor);
+    const ssize_t count = read(file.number(), line, sizeof line);
     const std::string text(line, static_cast<size_t>(std::max<ssize_t>(count, {})));
     return text.substr(0, text.find_first_of(std::string_view("\n\0", 2)));
 }
@@ -84,8 +72,8 @@ static bool Exists(int folder, const std::string& name) {
  * where it found none the type is 0. A USB port's entry goes away with the device.
  */
 static bool IsEmptyPlace(const std::string& entry) {
-    const int type = OpenLine(AT_FDCWD, entry + "/type");
-    if (type < 0 && errno == ENOENT) return false;
+    const Descriptor type(OpenLine(AT_FDCWD, entry + "/type"));
+    if (!type.IsOpen() && errno == ENOENT) return false;
     return strtol(ReadLine(type).c_str(), nullptr, 10) == 0;
 }
 
@@ -95,7 +83,8 @@ static std::string UsbProduct(int hardware) {
     // Going further would end at the hub, whose product text says nothing about the port.
     std::string floor;
     for (int count = 0; count < 4; ++count, floor += "../") {
-        if (Exists(hardware, floor + "idVendor")) return ReadLine(OpenLine(hardware, floor + "product"));
+        if (!Exists(hardware, floor + "idVendor")) continue;
+        return ReadLine(Descriptor(OpenLine(hardware, floor + "product")));
     }
     return "";
 }
@@ -104,11 +93,11 @@ static std::string UsbProduct(int hardware) {
 static void AddIfPresent(const std::string& entry, uint32_t number, std::vector<Device>* devices) {
     // The way to the hardware is long: it is gone once, and everything else asked from there.
     const Descriptor hardware(open((entry + "/device").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (hardware.number < 0) return;
-    if (Exists(hardware.number, "driver") && !IsEmptyPlace(entry)) {
+    if (!hardware.IsOpen()) return;
+    if (Exists(hardware.number(), "driver") && !IsEmptyPlace(entry)) {
         Device device = {};
         snprintf(device.port_name, sizeof device.port_name, "COM%u", number);
-        device.friendly = UsbProduct(hardware.number);
+        device.friendly = UsbProduct(hardware.number());
         devices->push_back(device);
     }
 }

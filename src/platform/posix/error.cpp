@@ -9,8 +9,11 @@
 
 static thread_local uint32_t gl_lastError = 0;
 
-/** Zero bytes behind an error text, so that it also ends when it is read as wide characters. */
-constexpr size_t kWideTerminatorSize = 8;
+/**
+ * Zero bytes behind an error text, so that it also ends when it is read as wide characters: up to the next
+ * one's place, and one.
+ */
+constexpr size_t kWideTerminatorSize = alignof(wchar_t) + sizeof(wchar_t);
 
 void SetLastErrorCode(uint32_t code) {
     gl_lastError = code;
@@ -34,6 +37,11 @@ void SetLastErrno(int error) {
         default:
             gl_lastError = static_cast<uint32_t>(error);
     }
+}
+
+bool Done(bool success) {
+    if (!success) SetLastErrno(errno);
+    return success;
 }
 
 uint32_t plat_last_error() {
@@ -60,6 +68,6 @@ char* plat_error_text(uint32_t code) {
 
     const size_t length = strlen(description);
     char* text = static_cast<char*>(plat_alloc(length + kWideTerminatorSize));
-    if (text != nullptr) memcpy(text, description, length + 1);
+    if (text != nullptr) memcpy(text, description, length);
     return text;
 }

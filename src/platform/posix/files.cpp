@@ -12,11 +12,6 @@
 #include "last_error.h"
 #include "path.h"
 
-static bool Done(bool success) {
-    if (!success) SetLastErrno(errno);
-    return success;
-}
-
 bool plat_file_query(const char* path, plat_file_status* status) {
     const PosixPath name = ToPosixPath(path);
     struct stat found = {};

@@ -65,10 +65,7 @@ static bool ListMatches(PosixPath* path, std::vector<std::string>* names) {
     }
 
     const std::unique_ptr<DIR, FolderCloser> folder(opendir(folder_name));
-    if (folder == nullptr) {
-        SetLastErrno(errno);
-        return false;
-    }
+    if (!Done(folder != nullptr)) return false;
     CollectNames(folder.get(), pattern, names);
     return true;
 }

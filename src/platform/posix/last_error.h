@@ -16,3 +16,6 @@ void SetLastErrorCode(uint32_t code);
  * everything else keeps its number.
  */
 void SetLastErrno(int error);
+
+/** Hands on whether a system call succeeded, and sets the last error from errno when it did not. */
+bool Done(bool success);

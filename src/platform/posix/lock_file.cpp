@@ -41,17 +41,17 @@ static std::string ComposePath(const char* name) {
     return path + ".lock";
 }
 
-/** Opens the file if it is there, else creates it for everybody. -1 and errno on failure. */
+/** Opens the file if it is there, else creates it for everybody. kNoDescriptor and errno on failure. */
 static int OpenOrCreate(const char* path) {
     // Reading is enough for the lock. O_CREAT on an existing file would be refused to other users in folders
     // that everybody may write to; O_NONBLOCK keeps a pipe of that name from blocking the open.
     constexpr int kFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     int descriptor = open(path, kFlags);
-    if (descriptor >= 0 || errno != ENOENT) return descriptor;
+    if (descriptor != kNoDescriptor || errno != ENOENT) return descriptor;
 
     constexpr mode_t kForEverybody = 0666;
     descriptor = open(path, kFlags | O_CREAT | O_EXCL, kForEverybody);
-    if (descriptor >= 0) {
+    if (descriptor != kNoDescriptor) {
         // The creator's umask must not shut other users out.
         fchmod(descriptor, kForEverybody);
         return descriptor;
@@ -64,13 +64,10 @@ static bool OpenPath(LockFile* file) {
     for (int attempt = 0; attempt < kTries; ++attempt) {
         file->descriptor = OpenOrCreate(file->path.c_str());
         // Between its creation and its opening to everybody a file may refuse another user for a moment.
-        if (file->descriptor >= 0 || (errno != EACCES && errno != ENOENT)) break;
+        if (file->descriptor != kNoDescriptor || (errno != EACCES && errno != ENOENT)) break;
         plat_sleep_ms(1);
     }
-    if (file->descriptor < 0) {
-        SetLastErrno(errno);
-        return false;
-    }
+    if (!Done(file->descriptor != kNoDescriptor)) return false;
     struct stat status = {};
     if (fstat(file->descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         CloseLockFile(file);
@@ -97,7 +94,7 @@ static bool IsFileOfPath(const LockFile& file) {
 LockResult TryLock(LockFile* file) {
     constexpr int kTries = 3;
     for (int attempt = 0; attempt < kTries; ++attempt) {
-        if (file->descriptor < 0 && !OpenPath(file)) return LockResult::failed;
+        if (file->descriptor == kNoDescriptor && !OpenPath(file)) return LockResult::failed;
         if (flock(file->descriptor, LOCK_EX | LOCK_NB) != 0) {
             if (errno == EWOULDBLOCK || errno == EINTR) return LockResult::busy;
             SetLastErrno(errno);
@@ -116,5 +113,5 @@ void Unlock(LockFile* file) {
 
 void CloseLockFile(LockFile* file) {
     close(file->descriptor);
-    file->descriptor = -1;
+    file->descriptor = kNoDescriptor;
 }

@@ -7,9 +7,11 @@
 
 #include <string>
 
+#include "descriptor.h"
+
 struct LockFile {
     std::string path;
-    int descriptor = -1;  ///< -1 while the file is not open
+    int descriptor = kNoDescriptor;  ///< kNoDescriptor while the file is not open
 };
 
 enum class LockResult {

@@ -10,6 +10,7 @@
 
 #include <cerrno>
 
+#include "descriptor.h"
 #include "handle_table.h"
 #include "last_error.h"
 
@@ -44,11 +45,7 @@ static bool BeginExclusiveUse(int descriptor) {
         SetLastErrno(errno == EWOULDBLOCK ? EBUSY : errno);
         return false;
     }
-    if (ioctl(descriptor, TIOCEXCL) != 0) {
-        SetLastErrno(errno);
-        return false;
-    }
-    return true;
+    return Done(ioctl(descriptor, TIOCEXCL) == 0);
 }
 
 /** Whether a terminal stands behind the descriptor; the last error is set when none does. */
@@ -89,10 +86,7 @@ plat_handle plat_port_open(const char* path) {
 
     // Without O_NONBLOCK the open would wait for a carrier that such devices never raise.
     const int descriptor = open(device.text, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0) {
-        SetLastErrno(errno);
-        return PLAT_INVALID_HANDLE;
-    }
+    if (!Done(descriptor != kNoDescriptor)) return PLAT_INVALID_HANDLE;
     return AdoptDescriptor(descriptor);
 }
 
@@ -119,9 +113,7 @@ bool plat_port_raise(plat_handle port, plat_port_signal signal) {
     const std::shared_ptr<Port> found = FindPort(port);
     if (found == nullptr) return false;
     const int line = signal == PLAT_SIGNAL_DTR ? TIOCM_DTR : TIOCM_RTS;
-    if (ioctl(found->descriptor, TIOCMBIS, &line) == 0) return true;
-    SetLastErrno(errno);
-    return false;
+    return Done(ioctl(found->descriptor, TIOCMBIS, &line) == 0);
 }
 
 bool plat_port_flush(plat_handle port) {

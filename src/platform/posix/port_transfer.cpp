@@ -41,7 +41,7 @@ static bool WaitForLine(int descriptor, short events, uint64_t wait_us) {
  * asks again and again does so at the pace of a silent line. Without a time-out there is nothing to wait for.
  */
 static void WaitOutTimeout(uint64_t wait_us) {
-    if (wait_us != PLAT_WAIT_WITHOUT_END) SleepFor(wait_us);
+    if (wait_us != PLAT_WAIT_WITHOUT_END) SleepFor(std::chrono::microseconds(wait_us));
 }
 
 /** Judges the result of one read or write call, and counts its bytes. */

@@ -15,6 +15,7 @@
 #include <ctime>
 
 #include "../platform.h"
+#include "descriptor.h"
 
 namespace {
 
@@ -25,8 +26,7 @@ namespace {
 class PipeSignalHeld {
   public:
     PipeSignalHeld() {
-        sigset_t pending;
-        sigemptyset(&pending);
+        sigset_t pending = {};
         sigpending(&pending);
         was_pending_ = sigismember(&pending, SIGPIPE) == 1;
         sigemptyset(&pipe_signal_);
@@ -57,7 +57,7 @@ class PipeSignalHeld {
 constexpr int kReaderPauseMs = 200;
 
 /** The last text was not taken: until the reader is back, nobody waits for it again. */
-static std::atomic<bool> reader_is_gone{false};
+static std::atomic<bool> reader_is_gone{};
 
 /** Whether a write of a few kilobytes returns at once; it may be one that fails. */
 static bool TakesMore(int descriptor) {
@@ -75,11 +75,11 @@ void plat_print(const char* text) {
     // wait; of a text for a pipe that nobody reads the rest is dropped, since the till must go on. Past the
     // stream, which would keep what was not taken, and try again when the program ends.
     const char* const end = text + strlen(text);
-    bool printed = output >= 0 && TakesMore(output) && fflush(stdout) == 0;
-    while (printed && text != end && TakesMore(output)) {
+    if (output == kNoDescriptor || !TakesMore(output) || fflush(stdout) != 0) return;
+    while (text != end && TakesMore(output)) {
         const ssize_t count =
             write(output, text, std::min<size_t>(static_cast<size_t>(end - text), PIPE_BUF));
-        printed = count > 0;
-        text += std::max<ssize_t>(count, {});
+        if (count == -1) return;
+        text += count;
     }
 }

@@ -11,18 +11,14 @@
 #include <cerrno>
 #include <cstring>
 
+#include "descriptor.h"
 #include "last_error.h"
 #include "path.h"
-
-static bool Done(bool success) {
-    if (!success) SetLastErrno(errno);
-    return success;
-}
 
 /** Opens a folder for reading its entries, never through a link. NULL on failure. */
 static DIR* OpenFolder(int parent, const char* name) {
     const int descriptor = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) return nullptr;
+    if (descriptor == kNoDescriptor) return nullptr;
     DIR* folder = fdopendir(descriptor);
     if (folder == nullptr) close(descriptor);
     return folder;

@@ -12,36 +12,20 @@
 #include <cstring>
 
 #include "../platform.h"
+#include "descriptor.h"
 #include "last_error.h"
 #include "path.h"
 
-static bool Done(bool success) {
-    if (!success) SetLastErrno(errno);
-    return success;
-}
-
-static bool WriteAll(int descriptor, const void* bytes, size_t size) {
-    const char* next = static_cast<const char*>(bytes);
-    while (size > 0) {
-        const ssize_t count = write(descriptor, next, size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
-        next += count;
-        size -= static_cast<size_t>(count);
-    }
-    return fsync(descriptor) == 0;
-}
-
 /**
- * Creates a file of a name that nobody has yet, with the permissions of any new file; negative on failure.
- * `fresh` has room for any path and the number behind it.
+ * Creates a file of a name that nobody has yet, with the permissions of any new file; kNoDescriptor on
+ * failure. `fresh` has room for any path and the number behind it.
  */
 static int CreateBeside(const char* target, char* fresh, size_t size) {
     constexpr unsigned kLastNumber = 999;
     for (unsigned number = 0;; ++number) {
         snprintf(fresh, size, "%s.%d-%u", target, static_cast<int>(getpid()), number);
         const int descriptor = open(fresh, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (descriptor >= 0 || errno != EEXIST || number == kLastNumber) return descriptor;
+        if (descriptor != kNoDescriptor || errno != EEXIST || number == kLastNumber) return descriptor;
     }
 }
 
@@ -55,10 +39,8 @@ static void SyncFolderOf(const char* path) {
     } else {
         slash[1] = '\0';
     }
-    const int descriptor = open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0) return;
-    fsync(descriptor);
-    close(descriptor);
+    const Descriptor opened(open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    fsync(opened.number());
 }
 
 bool plat_file_replace(const char* path, const void* bytes, size_t size) {
@@ -75,9 +57,9 @@ bool plat_file_replace(const char* path, const void* bytes, size_t size) {
     }
     char fresh[PATH_MAX + 32];
     const int descriptor = CreateBeside(target, fresh, sizeof fresh);
-    if (descriptor < 0) return Done(false);
-    const bool written =
-        Done(WriteAll(descriptor, bytes, size) && (!exists || fchmod(descriptor, old.st_mode & 07777) == 0));
+    if (!Done(descriptor != kNoDescriptor)) return false;
+    const bool written = Done(WriteAll(descriptor, bytes, size) && fsync(descriptor) == 0 &&
+                              (!exists || fchmod(descriptor, old.st_mode & 07777) == 0));
     close(descriptor);
     if (written && Done(rename(fresh, target) == 0)) {
         SyncFolderOf(target);

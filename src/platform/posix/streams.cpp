@@ -11,18 +11,19 @@
 #include <cstring>
 
 #include "../platform.h"
+#include "descriptor.h"
 #include "last_error.h"
 #include "path.h"
 
 /** What plat_append_open opened and nobody has closed yet; the library has one such descriptor at a time. */
-static std::atomic<int> open_append{-1};
+static std::atomic<int> open_append{kNoDescriptor};
 
 /**
  * Runs when the library is unloaded. A descriptor left behind then is out of everybody's reach: a program
  * that loads the library anew for each sale would run out of them within days.
  */
 __attribute__((destructor)) static void CloseAppendAtUnload() {
-    close(open_append.exchange(-1));
+    close(open_append.exchange(kNoDescriptor));
 }
 
 static FILE* Stream(plat_file* file) {
@@ -53,10 +54,7 @@ plat_file* plat_file_open(const char* path, const char* mode) {
     // A pipe under the file's name would hold the open until somebody comes to its other end, and a folder
     // would open for reading and only fail later.
     const int descriptor = open(name.text, OpenFlags(mode) | O_CLOEXEC | O_NONBLOCK, 0666);
-    if (descriptor < 0) {
-        SetLastErrno(errno);
-        return nullptr;
-    }
+    if (!Done(descriptor != kNoDescriptor)) return nullptr;
     const bool usable = IsUsable(descriptor, mode[0] == 'r');
     FILE* stream = usable ? fdopen(descriptor, mode) : nullptr;
     if (stream == nullptr) {
@@ -74,29 +72,21 @@ size_t plat_file_read(plat_file* file, void* buffer, size_t size) {
 }
 
 bool plat_file_write(plat_file* file, const void* bytes, size_t size) {
-    if (fwrite(bytes, 1, size, Stream(file)) == size) return true;
-    SetLastErrno(errno);
-    return false;
+    return Done(fwrite(bytes, 1, size, Stream(file)) == size);
 }
 
 bool plat_file_vprintf(plat_file* file, const char* format, va_list arguments) {
-    if (vfprintf(Stream(file), format, arguments) >= 0) return true;
-    SetLastErrno(errno);
-    return false;
+    return Done(vfprintf(Stream(file), format, arguments) >= 0);
 }
 
 bool plat_file_close(plat_file* file) {
     const bool failed_before = ferror(Stream(file)) != 0;
-    if (fclose(Stream(file)) != 0) {
-        SetLastErrno(errno);
-        return false;
-    }
-    return !failed_before;
+    return Done(fclose(Stream(file)) == 0) && !failed_before;
 }
 
 int plat_append_open(const char* path) {
     const PosixPath name = ToPosixPath(path);
-    if (!name.valid) return -1;
+    if (!name.valid) return kNoDescriptor;
 
     int descriptor =
         open(name.text, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, S_IRUSR | S_IWUSR);
@@ -105,36 +95,22 @@ int plat_append_open(const char* path) {
         descriptor = fcntl(0, F_DUPFD_CLOEXEC, 3);
         close(0);
     }
-    if (descriptor == -1) {
-        SetLastErrno(errno);
-        return -1;
-    }
+    if (!Done(descriptor != kNoDescriptor)) return kNoDescriptor;
     if (!IsUsable(descriptor, false)) {
         close(descriptor);
         SetLastErrno(EACCES);
-        return -1;
+        return kNoDescriptor;
     }
     open_append = descriptor;
     return descriptor;
 }
 
 bool plat_append_write(int descriptor, const void* bytes, size_t size) {
-    const char* next = static_cast<const char*>(bytes);
-    while (size > 0) {
-        const ssize_t count = write(descriptor, next, size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) {
-            SetLastErrno(count < 0 ? errno : ENOSPC);
-            return false;
-        }
-        next += count;
-        size -= static_cast<size_t>(count);
-    }
-    return true;
+    return Done(WriteAll(descriptor, bytes, size));
 }
 
 void plat_append_close(int descriptor) {
     int expected = descriptor;
-    open_append.compare_exchange_strong(expected, -1);
+    open_append.compare_exchange_strong(expected, kNoDescriptor);
     close(descriptor);
 }
