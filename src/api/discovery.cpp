@@ -97,11 +97,7 @@ int GetSerialPortInfo(SerialPortNode** ppList) {
     }
     *ppList = pHead;
     // The loop ends only with flag 0, so the second line is the normal one.
-    if (iFlag == 1) {
-        API_LOG(VKO_LOG_INF, "Win:true OK\n");
-    } else {
-        API_LOG(VKO_LOG_INF, "Win:false ER\n");
-    }
+    API_LOG(VKO_LOG_INF, "Win:%s\n", iFlag == 1 ? "true OK" : "false ER");
     return iFlag;
 }
 

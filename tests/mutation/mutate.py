@@ -39,7 +39,7 @@ OWN_MACHINE = [
 ]
 REAL_MACHINE = [("zantir_platform_tests", ["{build}/zantir_platform_tests", "--gtest_brief=1", "--gtest_fail_fast"])]
 OVER_A_LINE = [(None, ["ctest", "--test-dir", "{build}", "-L", "line", "--stop-on-failure", "-j", "1"])]
-WATCHER_SECONDS = 120
+WATCHER_SECONDS = 60
 TIME_OUT = "time-out"
 
 

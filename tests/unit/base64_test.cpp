@@ -148,6 +148,8 @@ TEST(Base64Decode, LengthsThatAreNoMultipleOfFour) {
                         "Base64InLen[000003] [(ztBase64InLen % 4)]=[3] Exp[0] Pay Attention!!!! rc[-00101]"))
         << log.Messages();
     EXPECT_EQ(Decode("YWJjZA"), "abc");
+    EXPECT_TRUE(log.Has(VKO_LOG_WRN,
+                        "Base64InLen[000006] [(ztBase64InLen % 4)]=[2] Exp[0] Pay Attention!!!! rc[-00101]"));
     EXPECT_EQ(Decode("YWJj="), "ab");
     EXPECT_EQ(Decode("YWJj=="), "a");
 }

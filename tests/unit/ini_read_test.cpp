@@ -192,6 +192,14 @@ TEST_F(IniRead, TrailingCarriageReturnsGo) {
     EXPECT_EQ(ValueOf("##########\n[S]\nA=\r\n", "S", "A"), "");
 }
 
+TEST_F(IniRead, WhatStandsInFrontOfTheBufferStays) {
+    World().files.SetText("a.ini", "##########\n[S]\nA=\r\n");
+    char bytes[4] = {'\n', '#', '#', '#'};
+    EXPECT_EQ(VKO_GetIniFileValueSized("a.ini", "S", "A", bytes + 1, 3), 0);
+    EXPECT_EQ(bytes[0], '\n');
+    EXPECT_EQ(bytes[1], '\0');
+}
+
 TEST_F(IniRead, AFileWithWindowsLineEndsIsRead) {
     std::string text = DefaultIni();
     for (size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 2))

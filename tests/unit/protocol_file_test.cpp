@@ -265,6 +265,15 @@ TEST_F(ProtocolFile, AfterMidnightTheSizeControlLeadsToTheNewDaysFile) {
               "20261121000001 PC->SAT >> [<02>a<61><03>]OK:a\n");
 }
 
+TEST_F(ProtocolFile, WhatIsNotOpenIsNotClosed) {
+    LogSATProtocolMsg(kFrame, 0);
+    ProtLogFileSzCtl();
+    EXPECT_EQ(World().faults.Count(sim::Call::AppendClose), 1U);
+    EXPECT_EQ(gl_iFd, 0);
+    ProtLogFileSzCtl();
+    EXPECT_EQ(World().faults.Count(sim::Call::AppendClose), 1U);
+}
+
 TEST_F(ProtocolFile, AZeroLimitBecomesTheDefaultOne) {
     LogSATProtocolMsg(kFrame, 0);
     gl_tLogSettings.iLogFileMaxSize = 0;

@@ -244,6 +244,27 @@ TEST_F(PtyPort, TheIntervalCountsFromTheByteThatCameLast) {
     EXPECT_LT(watch.Milliseconds(), 320 + kGenerousMs);
 }
 
+TEST_F(PtyPort, AReadInPiecesTakesNoByteMoreThanItIsAskedFor) {
+    SetTimeouts({0, 0, 20000, 0, 0});
+    std::string bytes;
+    std::atomic<pid_t> thread{0};
+    std::thread reader([&] {
+        thread = gettid();
+        bytes = Read(5);
+    });
+    int calls = 0;
+    for (const char* piece : {"ab", "cdefgh"}) {
+        while (system_calls.read.calls == calls || !IsAsleep(thread)) {
+            std::this_thread::yield();
+        }
+        calls = system_calls.read.calls;
+        Send(piece);
+    }
+    reader.join();
+    EXPECT_EQ(bytes, "abcde");
+    EXPECT_EQ(Read(3), "fgh");
+}
+
 TEST_F(PtyPort, IsFreeForTheNextOnceItIsClosedThoughAReadGoesOn) {
     SetTimeouts({0, 0, 20000, 0, 0});
     std::atomic<pid_t> thread{0};

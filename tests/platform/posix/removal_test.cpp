@@ -129,6 +129,17 @@ TEST_F(UnixRemoval, TakesAFolderWithSlashesAtItsEndOrALetterForAName) {
     }
 }
 
+TEST_F(UnixRemoval, OfALinkWithASlashBehindItLeavesTheFolderAlone) {
+    fs::create_directory("kept");
+    WriteText("kept/file", "1");
+    for (const char* name : {"l", "link"}) {
+        fs::create_directory_symlink("kept", name);
+        EXPECT_EQ(plat_shell((std::string("rmdir /S /Q ") + name + "\\").c_str()), 0) << name;
+        EXPECT_FALSE(fs::is_symlink(name)) << name;
+        EXPECT_EQ(ReadText("kept/file"), "1") << name;
+    }
+}
+
 TEST_F(UnixRemoval, FromAFolderTooDeepToClimbIsRefused) {
     fs::create_directory("tree");
     // The way back up, "./.." and so on, has 4095 letters at most.
