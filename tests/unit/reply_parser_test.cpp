@@ -181,6 +181,15 @@ TEST(Reply, NumbersAreTheLeadingDigits) {
     EXPECT_EQ(Parse("X", 1, "1|2147483648").result, INT32_MAX);
 }
 
+TEST(Reply, ADigitForAChecksumIsNoDigitOfTheNumber) {
+    const CapturedLog log;
+    EXPECT_EQ(Parse("ConsultarSAT", 1,
+                    "1|8000"
+                    "7\x03")
+                  .return_code,
+              8000);
+}
+
 TEST(Reply, ResultPointersMayBeNull) {
     const CapturedLog log;
     EXPECT_EQ(SAT_APP_RspParcer("EnviarDadosVenda", 123456, nullptr, nullptr, nullptr, SALE), 6000);
