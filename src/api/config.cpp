@@ -1,5 +1,6 @@
 #include "config.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstddef>
 #include <cstring>
@@ -38,13 +39,13 @@ struct tConfigKey {
     const char* pKey;
     eKeyAction eAction;
     void* pTarget;      ///< field of the state
-    size_t targetSize;  ///< bytes of a text field
+    size_t targetSize;  ///< bytes of a text field; VALUE_SIZE without one
     const char* pText;  ///< default of a text; the exact text of the MAXDWORD rule
     uint32_t uiNumber;  ///< default of a number; command index of a time-out
 };
 
 static constexpr tConfigKey Report(const char* pKey, eKeyAction eAction) {
-    return {"LOG", pKey, eAction, nullptr, {}, nullptr, {}};
+    return {"LOG", pKey, eAction, nullptr, VALUE_SIZE, nullptr, {}};
 }
 template <size_t size>
 static constexpr tConfigKey Text(const char* pSection, const char* pKey, char (&strField)[size],
@@ -53,13 +54,13 @@ static constexpr tConfigKey Text(const char* pSection, const char* pKey, char (&
 }
 static constexpr tConfigKey Number(const char* pKey, eKeyAction eAction, void* pField, const char* pExact,
                                    uint32_t uiDefault) {
-    return {"SERIAL_PORT_CONFIG", pKey, eAction, pField, {}, pExact, uiDefault};
+    return {"SERIAL_PORT_CONFIG", pKey, eAction, pField, VALUE_SIZE, pExact, uiDefault};
 }
 static constexpr tConfigKey Switch(const char* pSection, eKeyAction eAction, int32_t* pField) {
-    return {pSection, "Enable", eAction, pField, {}, nullptr, {}};
+    return {pSection, "Enable", eAction, pField, VALUE_SIZE, nullptr, {}};
 }
 static constexpr tConfigKey Timeout(uint32_t uiCmd) {
-    return {"SAT_TIMEOUT", SAT_COMMANDS[uiCmd].pName, KEY_TIMEOUT, nullptr, {}, nullptr, uiCmd};
+    return {"SAT_TIMEOUT", SAT_COMMANDS[uiCmd].pName, KEY_TIMEOUT, nullptr, VALUE_SIZE, nullptr, uiCmd};
 }
 
 static const tConfigKey CONFIG_KEYS[] = {
@@ -258,7 +259,7 @@ static void ReadAndApply(const tIniFile& file, const tConfigKey& key, int iStep)
     tKeyReading reading = {&key, iStep, {}, KEY_PRESENT, {}};
     // A text field smaller than the value buffer bounds the read, so that an over-long value is cut and
     // reported once.
-    const size_t size = key.targetSize != 0 && key.targetSize < VALUE_SIZE ? key.targetSize : VALUE_SIZE;
+    const size_t size = std::min(key.targetSize, VALUE_SIZE);
     reading.rc = VKO_GetLoadedIniValue(file, key.pSection, key.pKey, reading.strValue, size);
     if (reading.rc < 0) {
         reading.eFound = KEY_MISSING;

@@ -34,11 +34,6 @@ struct tExchange {
 /** Whether the exchange goes on behind a step, closes out, or returns at once. */
 enum eExchangeStep { EXCHANGE_ON, EXCHANGE_CLOSE_OUT, EXCHANGE_RETURN };
 
-/** What a negative result is to every step. */
-static bool IsError(int rc) {
-    return rc < 0;
-}
-
 static eExchangeStep Failed(tExchange* exchange, eExchangeError eError) {
     WriteExchangeError(exchange->pPkt, eError, exchange->rc, exchange->strPortName);
     return EXCHANGE_CLOSE_OUT;

@@ -6,6 +6,11 @@
 /** The machine-wide lock that serialises the exchanges of all processes. */
 constexpr const char* SAT_LOCK_NAME = "Global My shared memory mutex";
 
+/** What a negative result is to every step of an exchange and behind it. */
+constexpr bool IsError(int rc) {
+    return rc < 0;
+}
+
 /**
  * Takes the machine-wide lock, finds and opens the device's port, sends the command, reads the reply into the
  * same buffer, closes the port and releases the lock.

@@ -40,7 +40,7 @@ static void LogText(const tSatCommand& command, unsigned uiLevel, int rc, const 
 }
 
 static void LogReply(const tSatCommand& command, int rc) {
-    const bool bFailed = rc < 0;
+    const bool bFailed = IsError(rc);
     if (command.eTrafficLog == SAT_LOG_BOTH_WAYS) {
         LogText(command, bFailed ? VKO_LOG_ERR : VKO_LOG_INF, rc,
                 bFailed ? "ER\n\tSAT->PC <<    SAT_Rsp" : "OK\n\tSAT->PC <<    SAT_Rsp");

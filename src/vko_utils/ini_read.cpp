@@ -66,7 +66,8 @@ static bool CopyValue(const tIniLookup& lookup, const char* pHeader, const char*
         }
         lookup.pRetValue[copied++] = *p;
     }
-    while (copied > 0 && (lookup.pRetValue[copied - 1] == '\n' || lookup.pRetValue[copied - 1] == '\r'))
+    // Only carriage returns can stand there: a line feed ended the copy.
+    while (copied > 0 && lookup.pRetValue[copied - 1] == '\r')
         --copied;
     lookup.pRetValue[copied] = '\0';
     return bWhole;
