@@ -3,7 +3,12 @@
  */
 #pragma once
 
+#include <cstddef>
+
 constexpr int ERR_FIXED_PORT_NULL = -5002;
+
+/** Bytes that a fixed port's name takes with its NUL. */
+constexpr size_t FIXED_PORT_SIZE = 128;
 
 /** Whether a size that VKO_FileExist gave stands for no "SAT.ini": an empty one counts as missing, on
  * purpose.
@@ -28,7 +33,7 @@ int UpdateZantirConfiguration();
 /**
  * Reads the port that the user fixed under "FixarPorta", without what follows its last digit.
  *
- * @param pFixedSerialPort  at least 128 bytes
+ * @param pFixedSerialPort  at least FIXED_PORT_SIZE bytes
  * @return the length of the name; 0 when the key is absent, 1 when it is present but empty, -5002 for NULL
  */
 int GetFixedSerialPort(char* pFixedSerialPort);

@@ -8,7 +8,6 @@
 
 static constexpr size_t PORT_NAME_SIZE = 16;
 static constexpr size_t RESULT_SIZE = 256;
-static constexpr size_t FIXED_PORT_SIZE = 128;
 
 plat_handle BeginEnumeratePorts() {
     return plat_devices_open("Ports");

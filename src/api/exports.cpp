@@ -53,7 +53,7 @@ static void LogReply(const tSatCommand& command, int rc) {
 static int Exchange(int iCmd, int iSession, int iLength) {
     const tSatCommand& command = SAT_COMMANDS[iCmd];
     // The checksum makes the frame one byte longer than the text.
-    if (iLength < 0 || iLength + 1 > MAX_FRAME_SIZE) {
+    if (IsError(iLength) || iLength + 1 > MAX_FRAME_SIZE) {
         BufferTouched(gl_strSatRsp, sizeof gl_strSatRsp);
         BufferClear(gl_strSatRsp, sizeof gl_strSatRsp);
         WriteCommandTooLong(gl_strSatRsp, command.pName);

@@ -36,8 +36,8 @@ void WideCharToByte(const wchar_t* warray, char* response) {
 static void ConvertMisread(const char (&strName)[FILE_NAME_SIZE], char (&strResponse)[RESPONSE_SIZE]) {
     // Two bytes also where a wide character is larger, so that every system makes the same text of a name:
     // fourteen blanks of a protocol log's 28 characters. One character more than the name fills ends it.
-    wchar_t wide[FILE_NAME_SIZE / 2 + 1] = {};
-    uint16_t units[FILE_NAME_SIZE / 2];
+    wchar_t wide[sizeof strName / sizeof(uint16_t) + 1] = {};
+    uint16_t units[sizeof strName / sizeof(uint16_t)];
     memcpy(units, strName, sizeof units);
     std::copy(std::begin(units), std::end(units), wide);
     WideCharToByte(wide, strResponse);

@@ -111,7 +111,7 @@ void StoreByte(const Decoding& decoding, size_t to, uint64_t bits) {
 
 /** Decodes the group whose characters begin at `at`. */
 void DecodeGroup(const Decoding& decoding, size_t at) {
-    uint64_t group = 0;
+    uint64_t group = {};
     for (size_t i = 0; i < 4; i++) {
         group = group << 6 | CharacterValue(decoding, at + i);
     }

@@ -300,7 +300,7 @@ TEST_F(ProtocolFile, ALogAboveThreeTimesTheLimitStaysWhereItIs) {
     World().files.SetText("Log\\20261120_SAT_ProtocolLog.txt", std::string(300, 'x'));
     EXPECT_THAT(Measured(), testing::ElementsAre(name));
     World().files.SetText("Log\\20261120_SAT_ProtocolLog.txt", std::string(301, 'x'));
-    World().files.SetText("Log\\20261120_SAT_ProtocolLog.txt_bkp_00.txt", "full");
+    World().files.SetText("Log\\20261120_SAT_ProtocolLog.txt_bkp_00.txt", "x");
     World().files.SetText("Log\\20261120_SAT_ProtocolLog.txt_bkp_01.txt", "");
     EXPECT_THAT(Measured(), testing::ElementsAre(name, name + "_bkp_00.txt", name + "_bkp_01.txt"));
     EXPECT_EQ(World().files.Size("Log\\20261120_SAT_ProtocolLog.txt"), 301);

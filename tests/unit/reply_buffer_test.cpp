@@ -71,6 +71,25 @@ TEST_F(ReplyBuffer, AFailedReplyLeavesItsErrorTextAlone) {
     EXPECT_EQ(FirstByteBehindText(), size_t{GL_DEF_MAX_SAT_PKT_SIZE});
 }
 
+TEST_F(ReplyBuffer, ACommandThatWasPutThereByHandGoesToo) {
+    sim::HonestDevice device = DeviceThatSays("ok");
+    AttachDevice(&device);
+    const std::string command = "\x02" + std::string(5000, 'c') + "\x03";
+    memcpy(gl_strSatRsp, command.c_str(), command.size() + 1);
+    EXPECT_GE(Communicate(gl_strSatRsp, 10, 0, 0, 0), 0);
+    EXPECT_STREQ(gl_strSatRsp, "ok");
+    EXPECT_EQ(FirstByteBehindText(), size_t{GL_DEF_MAX_SAT_PKT_SIZE});
+}
+
+TEST_F(ReplyBuffer, WhatIsClearedInTwoStepsIsClear) {
+    memset(gl_strSatRsp, 'x', 100);
+    BufferTouched(gl_strSatRsp, 100);
+    BufferClear(gl_strSatRsp, 60);
+    EXPECT_EQ(FirstNonZero(gl_strSatRsp, 0, sizeof gl_strSatRsp), 60U);
+    BufferClear(gl_strSatRsp, sizeof gl_strSatRsp);
+    EXPECT_EQ(FirstNonZero(gl_strSatRsp, 0, sizeof gl_strSatRsp), sizeof gl_strSatRsp);
+}
+
 TEST_F(ReplyBuffer, TheNameOfTheCallIsKnownWhileItRunsAndStaysBehindIt) {
     std::string during;
     sim::HonestDevice device([&](const std::string&) {

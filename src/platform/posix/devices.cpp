@@ -183,12 +183,12 @@ bool plat_devices_port_name(plat_handle devices, char* name, uint32_t size) {
 }
 
 uint32_t plat_devices_friendly_size(plat_handle devices) {
-    uint32_t size = 0;
-    WithCurrent(devices, [&size](const Device& device) {
-        if (!device.friendly.empty()) size = static_cast<uint32_t>(device.friendly.size()) + 1;
-        return true;
+    uint32_t size = {};
+    const bool has_one = WithCurrent(devices, [&size](const Device& device) {
+        size = static_cast<uint32_t>(device.friendly.size()) + 1;
+        return !device.friendly.empty();
     });
-    return size;
+    return has_one ? size : uint32_t{};
 }
 
 bool plat_devices_friendly(plat_handle devices, char* friendly, uint32_t size) {

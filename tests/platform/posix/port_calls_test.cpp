@@ -75,6 +75,9 @@ TEST_F(PtyPort, RaisesTheLineThatItIsAskedFor) {
     EXPECT_EQ(system_calls.raised_line, TIOCM_DTR);
     EXPECT_FALSE(plat_port_raise(port, PLAT_SIGNAL_RTS));
     EXPECT_EQ(system_calls.raised_line, TIOCM_RTS);
+    system_calls.has_modem_lines = true;
+    EXPECT_TRUE(plat_port_raise(port, PLAT_SIGNAL_DTR));
+    EXPECT_TRUE(plat_port_raise(port, PLAT_SIGNAL_RTS));
 }
 
 TEST_F(PtyPort, AnInterruptedFlushGoesOnAndAFailedOneSaysWhy) {

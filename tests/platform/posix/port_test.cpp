@@ -316,6 +316,13 @@ TEST(PortMode, BlanksAndLettersAndLimits) {
     }
 }
 
+TEST(PortMode, NothingStandsForAComma) {
+    plat_line_settings settings = {};
+    for (const char* mode : {"115200 n,8,1", "115200n,8,1", "115200,n 8,1", "115200,n8,1", "115200,n,8 1"}) {
+        EXPECT_FALSE(plat_port_parse_mode(mode, &settings)) << mode;
+    }
+}
+
 TEST(PortOpen, APortThatIsNotThereIsNotFound) {
     const PosixPath last = PortDeviceFile("\\\\?\\COM64");
     if (access(last.text, F_OK) == 0) GTEST_SKIP() << last.text << " is a port of this machine";

@@ -47,6 +47,7 @@ void ResetSystemCalls() {
     all.longest_write = SIZE_MAX;
     all.poll_answer = 0;
     all.raised_line = 0;
+    all.has_modem_lines = false;
     all.hold_flock = false;
 }
 
@@ -171,7 +172,10 @@ int ioctl(int descriptor, unsigned long request, ...) noexcept {
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
     if (request == TIOCEXCL && Fails(&system_calls.exclusive)) return -1;
-    if (request == TIOCMBIS) system_calls.raised_line = *static_cast<const int*>(argument);
+    if (request == TIOCMBIS) {
+        system_calls.raised_line = *static_cast<const int*>(argument);
+        if (system_calls.has_modem_lines) return 0;
+    }
     return static_cast<int>(syscall(SYS_ioctl, descriptor, request, argument));
 }
 

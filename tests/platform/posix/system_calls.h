@@ -39,8 +39,9 @@ struct SystemCalls {
 
     std::atomic<size_t> longest_write{SIZE_MAX};  ///< what one write takes at most
     std::atomic<short> poll_answer{0};            ///< if not 0, the next poll finds this at once
-    std::atomic<int> raised_line{0};  ///< the modem line that was asked for last; never reaches the kernel
-    std::atomic<dev_t> synced_device{0};  ///< what was synced last
+    std::atomic<int> raised_line{0};              ///< the modem line that was asked for last
+    std::atomic<bool> has_modem_lines{false};     ///< a terminal that takes them, unlike a pseudo terminal
+    std::atomic<dev_t> synced_device{0};          ///< what was synced last
     std::atomic<ino_t> synced_file{0};
     std::atomic<bool> hold_flock{false};  ///< a flock waits until this is false again
 };
