@@ -167,6 +167,7 @@ static eExchangeStep MakePortReady(tExchange* exchange) {
 }
 
 static eExchangeStep SendCommand(tExchange* exchange) {
+    // Again: another thread that closed out meanwhile has taken it away.
     gl_hComm = exchange->hComm;
     const size_t length = strlen(exchange->pPkt);
     BufferTouched(exchange->pPkt, length + 1);
@@ -221,7 +222,7 @@ static void CloseOut(tExchange* exchange) {
 
 int Communicate(char* pZantirPkt, int iTimeout, int, int, int) {
     // The handle is copied before the lock is taken: on purpose, see MakePortReady.
-    tExchange exchange = {pZantirPkt, iTimeout, {}, gl_hComm, {}, {}};
+    tExchange exchange = {pZantirPkt, iTimeout, EXCHANGE_NOT_BEGUN, gl_hComm, {}, {}};
     CreateSAT_ProtLogFile();
     GetFiles();
     if (RunExchange(&exchange) != EXCHANGE_RETURN) CloseOut(&exchange);

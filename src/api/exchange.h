@@ -6,6 +6,9 @@
 /** The machine-wide lock that serialises the exchanges of all processes. */
 constexpr const char* SAT_LOCK_NAME = "Global My shared memory mutex";
 
+/** What stands for the result of an exchange until its first step has one. */
+constexpr int EXCHANGE_NOT_BEGUN = -1006;
+
 /** What a negative result is to every step of an exchange and behind it. */
 constexpr bool IsError(int rc) {
     return rc < 0;

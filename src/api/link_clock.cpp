@@ -41,7 +41,7 @@ int64_t LinkElapsedMs(const tLinkTime& start, const tLinkTime& later) {
 
 tLinkTime LinkNow() {
     tLinkTime now;
-    getMonotonicTime(1, &now);
+    getMonotonicTime({}, &now);
     return now;
 }
 

@@ -14,7 +14,7 @@ static constexpr int32_t DEFAULT_MAX_SIZE = 800000;
 static constexpr uint8_t FROM_DEVICE = 1;
 
 int32_t gl_iFd = 0;
-bool gl_bProtocolLineFormatted = false;
+bool gl_bProtocolLineFormatted = {};
 
 static const char CREATE[] = "CreateSAT_ProtLogFile";
 static const char LOG_MESSAGE[] = "LogSATProtocolMsg";

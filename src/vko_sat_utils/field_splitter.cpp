@@ -28,7 +28,6 @@ void SetEtx(const SatFieldCursor& cursor, SatField* field, const char* etx) {
 
 void GiveEmpty(SatFieldCursor* cursor, SatField* field) {
     field->empty_number = ++cursor->empty_number;
-    field->text = cursor->next;
     cursor->empties--;
     if (cursor->empties != 0) {
         return;

@@ -19,8 +19,9 @@ enum SatEmptyRule {
 struct SatField {
     int32_t number;        ///< its place in the text, from 1
     int32_t empty_number;  ///< above 0: an empty field, the how-manieth of its run of separators
-    const char* text;      ///< not terminated; without a leading STX and without checksum and ETX
-    size_t length;         ///< bytes of `text`
+    const char*
+        text;       ///< not terminated, without a leading STX and without checksum and ETX; NULL when empty
+    size_t length;  ///< bytes of `text`
     size_t piece_length;   ///< bytes between the separators, STX, checksum and ETX included
     bool has_stx;          ///< the first field, and it begins with STX
     bool is_last;          ///< ends in ETX

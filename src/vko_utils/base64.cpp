@@ -257,7 +257,7 @@ int32_t VKO_Base64DecTblAlloc() {
                 LogHandle(psB64_DecTable));
         return -1;
     }
-    for (size_t value = 0; value < 64; value++) {
+    for (size_t value = {}; value < 64; value++) {
         psB64_DecTable[static_cast<unsigned char>(ALPHABET[value])] = static_cast<unsigned char>(value);
     }
     return 0;

@@ -14,37 +14,41 @@ namespace {
 
 constexpr uint64_t NO_LENGTH = 4711;
 
-/** Encodes in memory of exactly the promised sizes. */
+/** Stands behind an output buffer, where nothing may be written. */
+constexpr char MARKS[] = "################";
+
+/** Encodes in memory of exactly the promised sizes, with marks behind the output. */
 std::string Encode(const std::string& bytes) {
     const auto input = std::make_unique<char[]>(bytes.size());
     memcpy(input.get(), bytes.data(), bytes.size());
     const size_t size = (bytes.size() + 2) / 3 * 4;
-    const auto output = std::make_unique<char[]>(size + 1);
+    const auto output = std::make_unique<char[]>(size + 1 + sizeof MARKS);
     memset(output.get(), '#', size + 1);
+    memcpy(output.get() + size + 1, MARKS, sizeof MARKS);
     uint64_t length = NO_LENGTH;
     EXPECT_EQ(VKO_Base64Encoder(input.get(), bytes.size(), output.get(), &length), size);
     EXPECT_EQ(length, size);
     EXPECT_EQ(output[size], '\0');
+    EXPECT_STREQ(output.get() + size + 1, MARKS);
     return {output.get(), size};
 }
 
-/** Decodes in memory of exactly the promised sizes, with a row of marks behind the output. `before` is what
- * the output buffer holds, repeated. */
+/** Decodes in memory of exactly the promised sizes, with marks behind the output. `before` is what the output
+ * buffer holds, repeated. */
 std::string Decode(const std::string& characters, const std::string& before = std::string(1, '\0')) {
     const auto input = std::make_unique<char[]>(characters.size());
     memcpy(input.get(), characters.data(), characters.size());
     const size_t size = characters.size() / 4 * 3 + 1;
-    static constexpr char marks[] = "################";
-    const auto output = std::make_unique<char[]>(size + sizeof marks);
+    const auto output = std::make_unique<char[]>(size + sizeof MARKS);
     for (size_t i = 0; i < size; i++) {
         output[i] = before[i % before.size()];
     }
-    memcpy(output.get() + size, marks, sizeof marks);
+    memcpy(output.get() + size, MARKS, sizeof MARKS);
     uint64_t length = NO_LENGTH;
     const int32_t result = VKO_Base64Decoder(input.get(), characters.size(), output.get(), &length);
     EXPECT_EQ(static_cast<uint64_t>(result), length);
     EXPECT_EQ(output[length], '\0');
-    EXPECT_STREQ(output.get() + size, marks);
+    EXPECT_STREQ(output.get() + size, MARKS);
     EXPECT_EQ(psB64_DecTable, nullptr);
     return {output.get(), length};
 }
@@ -255,6 +259,7 @@ TEST(Base64SelfTest, DecoderFails) {
     EXPECT_EQ(VKO_Base64_Test01(), -103);
     EXPECT_TRUE(log.Has(VKO_LOG_ERR, "rc[-0103]ER:"));
     EXPECT_NE(log.Printed().find("rc[-0103]ER:\n"), std::string::npos);
+    EXPECT_EQ(log.Printed().find("ClearDataOut"), std::string::npos);
 }
 
 // ------------------------------------------------------------------------------------------------------

@@ -120,6 +120,31 @@ TEST_F(Exchange, TheOpenPortIsKnownLibraryWideWhileItIsOpen) {
     EXPECT_EQ(gl_hComm, PLAT_INVALID_HANDLE);
 }
 
+/** Another thread that closes out just when the port has been set up. */
+struct ClosingOut : sim::Observer {
+    void OnCall(sim::Call call, int64_t, int64_t) override {
+        if (call == sim::Call::PortFlush) gl_hComm = PLAT_INVALID_HANDLE;
+    }
+    void OnOpen(const char*, plat_handle) override {}
+    void OnRead(const uint8_t*, uint32_t, uint32_t) override {}
+    void OnWrite(const uint8_t*, uint32_t, uint32_t) override {}
+    void OnFault(sim::Call, int) override {}
+};
+
+TEST_F(Exchange, TheOpenPortIsKnownAgainBehindAnotherThreadsCloseOut) {
+    bool valid = false;
+    sim::HonestDevice device([&](const std::string&) {
+        valid = plat_handle_valid(gl_hComm);
+        return "ok";
+    });
+    AttachDevice(&device);
+    ClosingOut other;
+    World().observer = &other;
+    EXPECT_STREQ(ConsultarSAT(5), "ok");
+    World().observer = nullptr;
+    EXPECT_TRUE(valid);
+}
+
 TEST_F(Exchange, OpensAndClosesThePortInEveryCall) {
     sim::HonestDevice device = DeviceThatSays("ok");
     sim::Line& line = AttachDevice(&device);

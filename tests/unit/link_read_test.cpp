@@ -203,11 +203,17 @@ TEST_F(LinkRead, AReplyThatDoesNotFitTheBufferIsRefusedThreeTimes) {
 }
 
 TEST_F(LinkRead, BadArgumentsAreRefused) {
+    StartLog();
     char text[8];
     EXPECT_EQ(cSerialReadBufW(nullptr, 8, &hPort, 1), -1);
     EXPECT_EQ(cSerialReadBufW(text, 0, &hPort, 1), -1);
     EXPECT_EQ(cSerialReadBufW(text, 8, nullptr, 1), -1);
     EXPECT_EQ(World().faults.Count(sim::Call::PortRead), 0U);
+    EXPECT_THAT(
+        LogOf("cSerialReadBufW"),
+        testing::Contains(
+            "ERR [cSerialReadBufW]Win: rc[-00001]ER:INVALID_PARAM pcBuf[00000000h] iBufSz[8] phComm[" +
+            Hex8(reinterpret_cast<plat_handle>(&hPort)) + "h]\n"));
 }
 
 TEST_F(LinkRead, TimeoutsBeyondThirtyTwoBitsOfMillisecondsAreTheLongestThatFit) {

@@ -259,11 +259,17 @@ TEST_F(LinkWrite, AWriteErrorIsNeverAHardError) {
 }
 
 TEST_F(LinkWrite, BadArgumentsAreRefused) {
+    StartLog();
     char text[8] = "\x02\x03";
     EXPECT_EQ(cSerialWriteBufW(nullptr, 4, &hPort), -1);
     EXPECT_EQ(cSerialWriteBufW(text, 4, nullptr), -1);
     EXPECT_EQ(cSerialWriteBufW(text, 1, &hPort), -1);
     EXPECT_EQ(line->Record().bytes_written, 0U);
+    EXPECT_THAT(
+        LogOf("cSerialWriteBufW"),
+        testing::Contains(
+            "ERR [cSerialWriteBufW]Win: rc[-00001]ER:INVALID_PARAM pusTxPkt[00000000h] ulTxPktSz[4] phComm[" +
+            Hex8(reinterpret_cast<plat_handle>(&hPort)) + "h]\n"));
 }
 
 /** Frames at the edges of the 16384-byte blocks, the size with checksum. */
@@ -318,12 +324,4 @@ TEST_F(LinkWrite, NeedsNoMoreRoomThanOneByteBehindEtx) {
               "\x02"
               "AB\x83\x03");
     EXPECT_THAT(ProtocolLog(), HasSubstr("PC->SAT >> [<02>AB<83><03>]OK:a\n"));
-}
-
-TEST_F(LinkWrite, RefusesWhatCannotBeAFrame) {
-    char etx[] = "\x03";
-    EXPECT_EQ(cSerialWriteBufW(nullptr, 4, &hPort), -1);
-    EXPECT_EQ(cSerialWriteBufW(etx, 1, &hPort), -1);
-    EXPECT_EQ(cSerialWriteBufW(etx, 2, nullptr), -1);
-    EXPECT_EQ(script.received, "");
 }

@@ -100,6 +100,14 @@ TEST_F(LogFolder, TheBytesOfANameArePairedIntoWideCharacters) {
     EXPECT_THAT(LogOf("WideCharToByte"), ElementsAre("INF [WideCharToByte]Win: response[00003:  t]\n"));
 }
 
+TEST_F(LogFolder, NothingOfALongNameStaysBehindAShortOne) {
+    World().files.SetText("Log\\aaaaaaa.txt", "x");
+    World().files.SetText("Log\\b.txt", "x");
+    EXPECT_EQ(GetFiles(), 2);
+    EXPECT_THAT(LogOf("WideCharToByte"), ElementsAre("INF [WideCharToByte]Win: response[00006:     t]\n",
+                                                     "INF [WideCharToByte]Win: response[00003:  t]\n"));
+}
+
 TEST_F(LogFolder, NamesOfAnyLengthAreCounted) {
     World().files.SetText("Log\\" + std::string(255, 'n') + ".txt", "x");
     EXPECT_EQ(GetFiles(), 1);

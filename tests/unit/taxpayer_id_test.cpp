@@ -131,6 +131,8 @@ TEST(Cpf, SenselessWeightsStayInsideTheText) {
         EXPECT_GE(digit, 0) << weight;
         EXPECT_LE(digit, 21) << weight;
     }
+    // The weights 13 to 3.
+    EXPECT_EQ(VKO_GetCPFCheckDigit("99999999999", 13), 0);
 }
 
 // ------------------------------------------------------------------------------------------------------
