@@ -6,6 +6,7 @@
 
 #include "../platform.h"
 #include "last_error.h"
+#include "path.h"
 
 static thread_local uint32_t gl_lastError = 0;
 
@@ -66,8 +67,8 @@ char* plat_error_text(uint32_t code) {
     const char* description = strerrordesc_np(ErrnoOfCode(code));
     if (description == nullptr) return nullptr;
 
-    const size_t length = strlen(description);
-    char* text = static_cast<char*>(plat_alloc(length + kWideTerminatorSize));
-    if (text != nullptr) memcpy(text, description, length);
+    const size_t size = strlen(description) + kWideTerminatorSize;
+    char* text = static_cast<char*>(plat_alloc(size));
+    if (text != nullptr) CopyCut(text, size, description);
     return text;
 }
