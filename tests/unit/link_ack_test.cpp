@@ -125,6 +125,15 @@ TEST_F(LinkAck, TheDrainDiscardsWhatIsQueuedTenBytesAtATime) {
     EXPECT_EQ(line->Pending(), 0U);
 }
 
+TEST_F(LinkAck, TheDrainTakesBytesThatComeOneByOneToo) {
+    for (int64_t ms = 0; ms < 48; ms += 12) {
+        line->SendAfter(ms * 1000, "z");
+    }
+    EXPECT_EQ(lSerialFlushRx(&hPort), 0);
+    World().clock.Sleep(100);
+    EXPECT_EQ(line->Pending(), 0U);
+}
+
 TEST_F(LinkAck, TheDrainTestsThePointerAndNotTheHandleBehindIt) {
     EXPECT_EQ(lSerialFlushRx(nullptr), -1);
     EXPECT_EQ(lSerialFlushRx(reinterpret_cast<plat_handle*>(PLAT_INVALID_HANDLE)), -1);
