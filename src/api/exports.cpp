@@ -70,7 +70,7 @@ static char* Run(int iCmd, int iSession, int iLength, const char* pcData) {
     const tSatCommand& command = SAT_COMMANDS[iCmd];
     const int rc = Exchange(iCmd, iSession, iLength);
     if (command.pResultFile != nullptr) {
-        const int iDataLength = pcData != nullptr ? static_cast<int>(strlen(pcData)) : int{};
+        const int iDataLength = pcData != nullptr ? static_cast<int>(strlen(pcData)) : 0;
         write_operation_result(gl_strSatRsp, iSession, ReplyLength(), command.pResultFile, pcData,
                                iDataLength);
     }

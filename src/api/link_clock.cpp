@@ -41,7 +41,7 @@ int64_t LinkElapsedMs(const tLinkTime& start, const tLinkTime& later) {
 
 tLinkTime LinkNow() {
     tLinkTime now;
-    getMonotonicTime({}, &now);
+    getMonotonicTime(1, &now);
     return now;
 }
 

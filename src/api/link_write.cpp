@@ -59,7 +59,7 @@ static int WriteBlock(tOutgoing* out) {
         if (uiWritten == 0) continue;
 
         // Bytes that moved left no error behind, so this never ends the write: on purpose.
-        const int rc = LinkConsultWriteError(LINK_NO_ERROR, out->iSize, {}, WRITE_TIMEOUT_MS);
+        const int rc = LinkConsultWriteError(LINK_NO_ERROR, out->iSize, 0, WRITE_TIMEOUT_MS);
         if (rc != 0) return rc;
         start = LinkNow();
         out->iOffset += static_cast<int>(uiWritten);

@@ -14,7 +14,7 @@ static constexpr int32_t DEFAULT_MAX_SIZE = 800000;
 static constexpr uint8_t FROM_DEVICE = 1;
 
 int32_t gl_iFd = 0;
-bool gl_bProtocolLineFormatted = {};
+bool gl_bProtocolLineFormatted = false;
 
 static const char CREATE[] = "CreateSAT_ProtLogFile";
 static const char LOG_MESSAGE[] = "LogSATProtocolMsg";
@@ -150,7 +150,7 @@ static void AddFrame(tLineBuilder* line, const char* pSatPkt, int iLength, eFram
     }
     // Text bytes between STX and checksum. With a zero checksum the length is counted so that the last text
     // byte is left out, and to the device STX is not shown either: on purpose.
-    const size_t textLength = static_cast<size_t>(std::max(iLength - 3, int{}));
+    const size_t textLength = static_cast<size_t>(std::max(iLength - 3, 0));
     if (shape == FRAME_VALID || bFromDevice) AddHex(line, static_cast<char>(SAT_STX));
     Add(line, pSatPkt + 1, textLength);
     if (shape == FRAME_ZERO_CHECKSUM) {

@@ -48,7 +48,7 @@ static int Initialise() {
     const int rc = VKO_SetIniFileLogMode(SAT_API_LOG, ZANTIR_INI_FILE);
     UpdateZantirConfiguration();
     LogStart(rc);
-    gl_tLogFlags.iWarning = {};
+    gl_tLogFlags.iWarning = 0;
     VKO_SetIniFileLogMode(SAT_API_LOG, ZANTIR_INI_FILE);
     IniModified(&gl_tSat.iConfigTime);
     UpdateZantirConfiguration();

@@ -48,7 +48,7 @@ constexpr SatParser ARGUMENTS = {"SAT_APP_CmdParcer", 'P', false, SAT_EMPTY_BEHI
 
 /** The text within a frame of which `length` bytes may be read: up to its first NUL. */
 size_t TextLength(const char* packet, int32_t length) {
-    const auto limit = static_cast<size_t>(std::max(length, int32_t{}));
+    const auto limit = static_cast<size_t>(std::max(length, 0));
     const void* end = memchr(packet, '\0', limit);
     return end ? static_cast<size_t>(static_cast<const char*>(end) - packet) : limit;
 }

@@ -111,7 +111,7 @@ void StoreByte(const Decoding& decoding, size_t to, uint64_t bits) {
 
 /** Decodes the group whose characters begin at `at`. */
 void DecodeGroup(const Decoding& decoding, size_t at) {
-    uint64_t group = {};
+    uint64_t group = 0;
     for (size_t i = 0; i < 4; i++) {
         group = group << 6 | CharacterValue(decoding, at + i);
     }
@@ -257,7 +257,7 @@ int32_t VKO_Base64DecTblAlloc() {
                 LogHandle(psB64_DecTable));
         return -1;
     }
-    for (size_t value = {}; value < 64; value++) {
+    for (size_t value = 0; value < 64; value++) {
         psB64_DecTable[static_cast<unsigned char>(ALPHABET[value])] = static_cast<unsigned char>(value);
     }
     return 0;

@@ -33,7 +33,7 @@ void VKO_PrintValues(const char* format, va_list values) {
     const int length = vsnprintf(nullptr, 0, format, measured);
     va_end(measured);
     // What cannot be formatted is an empty text.
-    const size_t size = static_cast<size_t>(std::max(length, int{})) + 1;
+    const size_t size = static_cast<size_t>(std::max(length, 0)) + 1;
     char* text = static_cast<char*>(plat_alloc(size));
     if (text == nullptr) return;
     vsnprintf(text, size, format, values);

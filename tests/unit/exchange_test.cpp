@@ -108,12 +108,17 @@ TEST_F(Exchange, ReturnsTheReadersResult) {
     EXPECT_STREQ(gl_strSatRsp, "AB");
 }
 
-TEST_F(Exchange, TheOpenPortIsKnownLibraryWideWhileItIsOpen) {
-    bool valid = false;
-    sim::HonestDevice device([&](const std::string&) {
-        valid = plat_handle_valid(gl_hComm);
+/** A device that looks, when a command has come, whether the library knows its port. */
+static sim::HonestDevice DeviceThatLooks(bool* valid) {
+    return sim::HonestDevice([valid](const std::string&) {
+        *valid = plat_handle_valid(gl_hComm);
         return "ok";
     });
+}
+
+TEST_F(Exchange, TheOpenPortIsKnownLibraryWideWhileItIsOpen) {
+    bool valid = false;
+    sim::HonestDevice device = DeviceThatLooks(&valid);
     AttachDevice(&device);
     ConsultarSAT(5);
     EXPECT_TRUE(valid);
@@ -133,10 +138,7 @@ struct ClosingOut : sim::Observer {
 
 TEST_F(Exchange, TheOpenPortIsKnownAgainBehindAnotherThreadsCloseOut) {
     bool valid = false;
-    sim::HonestDevice device([&](const std::string&) {
-        valid = plat_handle_valid(gl_hComm);
-        return "ok";
-    });
+    sim::HonestDevice device = DeviceThatLooks(&valid);
     AttachDevice(&device);
     ClosingOut other;
     World().observer = &other;

@@ -183,12 +183,12 @@ bool plat_devices_port_name(plat_handle devices, char* name, uint32_t size) {
 }
 
 uint32_t plat_devices_friendly_size(plat_handle devices) {
-    uint32_t size = {};
+    uint32_t size = 0;
     const bool has_one = WithCurrent(devices, [&size](const Device& device) {
         size = static_cast<uint32_t>(device.friendly.size()) + 1;
         return !device.friendly.empty();
     });
-    return has_one ? size : uint32_t{};
+    return has_one ? size : 0;
 }
 
 bool plat_devices_friendly(plat_handle devices, char* friendly, uint32_t size) {

@@ -57,7 +57,7 @@ class PipeSignalHeld {
 constexpr int kReaderPauseMs = 200;
 
 /** The last text was not taken: until the reader is back, nobody waits for it again. */
-static std::atomic<bool> reader_is_gone{};
+static std::atomic<bool> reader_is_gone{false};
 
 /** Whether a write of a few kilobytes returns at once; it may be one that fails. */
 static bool TakesMore(int descriptor) {
