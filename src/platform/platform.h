@@ -264,6 +264,12 @@ bool plat_file_close(plat_file* file);
  */
 bool plat_file_replace(const char* path, const void* bytes, size_t size);
 
+/**
+ * Appends text to a file in text mode and in one write, so that it stands together whoever else appends;
+ * makes the file if it is missing. False when not all of it could be written.
+ */
+bool plat_append_text(const char* path, const char* text, size_t size);
+
 /** Opens a file for appending text, created if missing for its owner to read and write. Above 0, or -1. */
 int plat_append_open(const char* path);
 

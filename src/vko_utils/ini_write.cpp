@@ -32,14 +32,6 @@ static int Fail(const tIniChange& change, int rc, const char* pReason) {
     return rc;
 }
 
-/** Adds bytes at the end of a file, made when missing; false when that fails. */
-static bool Append(const char* pIniFileName, const char* pBytes, size_t size) {
-    plat_file* file = plat_file_open(pIniFileName, "a");
-    if (file == nullptr) return false;
-    plat_file_write(file, pBytes, size);
-    return plat_file_close(file);
-}
-
 /** A text under construction, in memory that is large enough by its caller's reckoning. */
 struct tIniBuilder {
     char* pText;
@@ -81,7 +73,7 @@ static int AppendSection(const tIniChange& change, bool bNewFile) {
         Add(&builder, "-\n");
         rc = INI_FILE_ITEM_NOT_ADDED;
     }
-    if (!Append(change.pIniFileName, builder.pText, builder.length)) {
+    if (!plat_append_text(change.pIniFileName, builder.pText, builder.length)) {
         rc = Fail(change, INI_FILE_ERR_CREATE, "ER:INI_FILE_ERR_CREATE fopen Fail");
     }
     plat_free(builder.pText);
@@ -165,7 +157,7 @@ static int AppendItem(const tIniChange& change) {
         return Fail(change, INI_FILE_ERR_CREATE, "ER:INI_FILE_ERR_CREATE calloc() Fail");
     AddItemLine(&builder, change);
     int rc = INI_FILE_ITEM_ADDED;
-    if (!Append(change.pIniFileName, builder.pText, builder.length)) {
+    if (!plat_append_text(change.pIniFileName, builder.pText, builder.length)) {
         rc = Fail(change, INI_FILE_ERR_NOT_FOUND, "ER:INI_FILE_ERR_NOT_FOUND fopen() Fail");
     }
     plat_free(builder.pText);

@@ -1,5 +1,6 @@
 #include "log.h"
 
+#include <cstdio>
 #include <cstring>
 
 #include "log_name.h"
@@ -44,13 +45,16 @@ static bool ConsoleEnabled(unsigned level) {
             (flags.iInfoB != 0 && level == VKO_LOG_INF) || flags.iTrace != 0);
 }
 
-/** Standard-output-like printing into a file, for the line's own front. */
-static void PrintToFile(plat_file* file, const char* format, ...) PLAT_PRINTF_CHECK(2, 3);
-static void PrintToFile(plat_file* file, const char* format, ...) {
-    va_list values;
-    va_start(values, format);
+/** A line that is longer goes to its file in pieces. The texts of an ordinary sale and of its reply fit. */
+static constexpr size_t USUAL_LINE_SIZE = 16384;
+
+static void AppendLongLine(const char* pFileName, const char* pFront, size_t frontSize, const char* format,
+                           va_list values) {
+    plat_file* file = plat_file_open(pFileName, "a");
+    if (file == nullptr) return;
+    plat_file_write(file, pFront, frontSize);
     plat_file_vprintf(file, format, values);
-    va_end(values);
+    plat_file_close(file);
 }
 
 int VKO_LogWrite(const char* logName, unsigned level, const char* format, ...) {
@@ -61,18 +65,24 @@ int VKO_LogWrite(const char* logName, unsigned level, const char* format, ...) {
     char strFileName[VKO_LOG_NAME_SIZE];
     VKO_LogFileName(strFileName, now, logName, LOG_NAME_ABSOLUTE_FOLDERS);
 
+    // Brasilia's hour, three behind UTC. The date is left alone and the hours 0 to 3 become 21 to 24: on
+    // purpose.
+    const int hour = now.hour - 3 > 0 ? now.hour - 3 : now.hour + 21;
+    char strLine[USUAL_LINE_SIZE];
+    const int iFront = snprintf(strLine, sizeof strLine, "[%02d:%02d:%02d.%03d]%s ", hour, now.minute,
+                                now.second, now.millisecond, LevelTag(level));
+    const size_t frontSize = static_cast<size_t>(iFront);
+    const size_t room = sizeof strLine - frontSize;
     va_list values;
-    plat_file* file = plat_file_open(strFileName, "a");
-    if (file != nullptr) {
-        // Brasilia's hour, three behind UTC. The date is left alone and the hours 0 to 3 become 21 to 24: on
-        // purpose.
-        const int hour = now.hour - 3 > 0 ? now.hour - 3 : now.hour + 21;
-        PrintToFile(file, "[%02d:%02d:%02d.%03d]%s ", hour, now.minute, now.second, now.millisecond,
-                    LevelTag(level));
+    va_start(values, format);
+    const int iText = vsnprintf(strLine + frontSize, room, format, values);
+    va_end(values);
+    if (iText >= 0 && static_cast<size_t>(iText) < room) {
+        plat_append_text(strFileName, strLine, frontSize + static_cast<size_t>(iText));
+    } else {
         va_start(values, format);
-        plat_file_vprintf(file, format, values);
+        AppendLongLine(strFileName, strLine, frontSize, format, values);
         va_end(values);
-        plat_file_close(file);
     }
     if (ConsoleEnabled(level)) {
         va_start(values, format);

@@ -37,6 +37,19 @@ struct ScratchFolder : testing::Test {
         return text.str();
     }
 
+    /** The file's bytes. */
+    static std::string ReadBytes(const std::string& name) {
+        std::ostringstream bytes;
+        bytes << std::ifstream(name, std::ios::binary).rdbuf();
+        return bytes.str();
+    }
+
+    /** What stands for a line feed in a text file of this system. */
+    static std::string LineEnd() {
+        std::ofstream("line-end") << '\n';
+        return ReadBytes("line-end");
+    }
+
     /** Writes formatted text to an open file. */
     PLAT_PRINTF_CHECK(2, 3) static bool Print(plat_file* file, const char* format, ...) {
         va_list arguments;

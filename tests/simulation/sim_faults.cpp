@@ -57,6 +57,7 @@ constexpr CallRow kCalls[] = {
     {"FileVprintf", {"nothing taken"}},
     {"FileClose", {"what waited is lost", "half of what waited is lost"}},
     {"FileReplace", {"error 5: refused", "error 112: disk full"}},
+    {"AppendText", {"error 5: refused", "error 112: nothing written", "error 112: half written"}},
     {"AppendOpen", {"error 5: refused"}},
     {"AppendWrite", {"error 112: nothing written", "error 112: half written"}},
     {"AppendClose", {}},

@@ -54,6 +54,7 @@ enum class Call : uint8_t {
     FileVprintf,
     FileClose,
     FileReplace,
+    AppendText,
     AppendOpen,
     AppendWrite,
     AppendClose,

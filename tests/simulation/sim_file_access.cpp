@@ -180,6 +180,11 @@ bool Files::Replace(const char* path, const char* bytes, size_t size) {
     return true;
 }
 
+bool Files::AppendText(const char* path, const char* text, size_t size) {
+    const std::shared_ptr<Node> node = OpenNode(path, true);
+    return node != nullptr && Store(*node, text, size);
+}
+
 int Files::AppendOpen(const char* path) {
     std::shared_ptr<Node> node = OpenNode(path, true);
     if (node == nullptr) return -1;

@@ -101,6 +101,7 @@ class Files {
     /** Of what still waits, the first part of `parts` reaches the file, or nothing when `parts` is 0. */
     bool Close(plat_file* file, size_t parts = 1);
     bool Replace(const char* path, const char* bytes, size_t size);
+    bool AppendText(const char* path, const char* text, size_t size);
     int AppendOpen(const char* path);
     bool AppendWrite(int descriptor, const char* bytes, size_t size);
     void AppendClose(int descriptor);

@@ -151,6 +151,7 @@ TEST_F(SimFiles, KindsOfFiles) {
 
 TEST_F(SimFiles, Appending) {
     EXPECT_EQ(plat_append_open("missing\\log"), -1);
+    EXPECT_FALSE(plat_append_text("missing\\log", "x", 1));
     const int first = plat_append_open("log");
     const int second = plat_append_open("log");
     EXPECT_GT(first, 0);

@@ -55,6 +55,16 @@ bool plat_file_replace(const char* path, const void* bytes, size_t size) {
     return world.files.Replace(path, static_cast<const char*>(bytes), size);
 }
 
+bool plat_append_text(const char* path, const char* text, size_t size) {
+    SIM_ENTER(AppendText, "%s", path);
+    if (way == 0) return Fail(PLAT_ERROR_ACCESS_DENIED, false);
+    if (way > 0) {
+        world.files.AppendText(path, text, way == 2 ? size / 2 : 0);
+        return Fail(sim::kErrorDiskFull, false);
+    }
+    return world.files.AppendText(path, text, size);
+}
+
 int plat_append_open(const char* path) {
     SIM_ENTER(AppendOpen, "%s", path);
     if (way >= 0) return Fail(PLAT_ERROR_ACCESS_DENIED, -1);

@@ -181,7 +181,7 @@ TEST_F(IniWrite, WhatStandsBehindANulByteMovesWithTheRest) {
 // ------------------------------------------------------------------------------------------------ failures
 
 TEST_F(IniWrite, AFileThatCannotBeCreatedIsReported) {
-    World().faults.FailNth(sim::Call::FileOpen, 2);  // the first one reports the missing file
+    World().faults.FailNth(sim::Call::AppendText, 2);  // the first one reports the missing file
     EXPECT_EQ(VKO_SetIniFileValue("w.ini", "S", "A", "1"), -401);
     EXPECT_EQ(TakeLog(), "WRN [#] VKO_FileExist rc[-00001]WR pFileName[w.ini] NOT FOUND!!\n" +
                              Failure("-00401", "ER:INI_FILE_ERR_CREATE fopen Fail", "[1]"));
@@ -241,11 +241,9 @@ TEST_F(IniWrite, AFileThatCannotBeReopenedIsReportedByTheStepThatNeedsIt) {
         {"[S]\nA=1\n", nullptr, -301, Failure("-00301", notFound, "=NULL")},
         {"[S]\n\n[T]\n", "2", -301, Failure("-00301", notFound, "[2]")},
         {"[S]\n\n[T]\n", "", -301, Failure("-00301", notFound, "=NULL")},
-        {"[S]\nB=1\n", "2", -301, Failure("-00301", notFound, "[2]"), sim::Call::FileOpen, 2},
-        {"[S]\nB=1\n", "2", -301, Failure("-00301", notFound, "[2]"), sim::Call::FileWrite},
-        {"[S]\nB=1\n", "2", -301, Failure("-00301", notFound, "[2]"), sim::Call::FileClose, 2},
+        {"[S]\nB=1\n", "2", -301, Failure("-00301", notFound, "[2]"), sim::Call::AppendText},
         {"[T]\n", "2", -401, Failure("-00401", "ER:INI_FILE_ERR_CREATE fopen Fail", "[2]"),
-         sim::Call::FileOpen, 2},
+         sim::Call::AppendText},
     };
     for (const Reopen& row : rows) {
         World().files.SetText("w.ini", row.text);

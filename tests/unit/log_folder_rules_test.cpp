@@ -13,7 +13,7 @@ class LogFolderRules : public Library {
     static std::string OpenedFor(const std::string& folder) {
         World().files.SetText("log.ini", "[LOG]\nLogMode=5\nLogFilePath=" + folder + "\n");
         VKO_SetIniFileLogMode("SAT_api.log", "log.ini");
-        World().faults.TraceOn({sim::Call::FileOpen});
+        World().faults.TraceOn({sim::Call::AppendText});
         World().faults.trace.clear();
         VKO_LogWrite("n.log", VKO_LOG_ERR, "x\n");
         World().faults.TraceOff();
@@ -23,35 +23,35 @@ class LogFolderRules : public Library {
 
 TEST_F(LogFolderRules, AFolderWithADriveIsTakenAsItStands) {
     World().files.MakeFolder("C:\\logs");
-    EXPECT_EQ(OpenedFor("C:\\logs"), "FileOpen C:\\logs\\20261120_n.log a");
+    EXPECT_EQ(OpenedFor("C:\\logs"), "AppendText C:\\logs\\20261120_n.log");
     EXPECT_EQ(FileText("C:\\logs\\20261120_n.log"), "[12:04:05.006]ERR x\n");
 }
 
 TEST_F(LogFolderRules, AFolderFromTheRootIsTakenAsItStands) {
     World().files.MakeFolder("/var/log/zantir");
-    EXPECT_EQ(OpenedFor("/var/log/zantir"), "FileOpen /var/log/zantir\\20261120_n.log a");
+    EXPECT_EQ(OpenedFor("/var/log/zantir"), "AppendText /var/log/zantir\\20261120_n.log");
 }
 
 TEST_F(LogFolderRules, AnyOtherFolderLiesBelowTheCurrentOne) {
     World().files.MakeFolder("logs");
     World().files.MakeFolder("deep\\logs");
-    EXPECT_EQ(OpenedFor("logs"), "FileOpen .\\logs\\20261120_n.log a");
-    EXPECT_EQ(OpenedFor("deep\\logs"), "FileOpen .\\deep\\logs\\20261120_n.log a");
+    EXPECT_EQ(OpenedFor("logs"), "AppendText .\\logs\\20261120_n.log");
+    EXPECT_EQ(OpenedFor("deep\\logs"), "AppendText .\\deep\\logs\\20261120_n.log");
     EXPECT_EQ(FileText("C:\\app\\logs\\20261120_n.log"), "[12:04:05.006]ERR x\n");
 }
 
 TEST_F(LogFolderRules, AMissingFolderSendsTheLogToTheCurrentOne) {
-    EXPECT_EQ(OpenedFor("missing"), "FileOpen 20261120_n.log a");
-    EXPECT_EQ(OpenedFor("C:\\missing"), "FileOpen 20261120_n.log a");
-    EXPECT_EQ(OpenedFor(""), "FileOpen 20261120_n.log a");
+    EXPECT_EQ(OpenedFor("missing"), "AppendText 20261120_n.log");
+    EXPECT_EQ(OpenedFor("C:\\missing"), "AppendText 20261120_n.log");
+    EXPECT_EQ(OpenedFor(""), "AppendText 20261120_n.log");
     EXPECT_FALSE(World().files.Exists("missing"));
 }
 
 TEST_F(LogFolderRules, AFolderOfOneCharacterIsNotUsed) {
     World().files.MakeFolder("x");
     World().files.MakeFolder("xy");
-    EXPECT_EQ(OpenedFor("x"), "FileOpen 20261120_n.log a");
-    EXPECT_EQ(OpenedFor("xy"), "FileOpen .\\xy\\20261120_n.log a");
+    EXPECT_EQ(OpenedFor("x"), "AppendText 20261120_n.log");
+    EXPECT_EQ(OpenedFor("xy"), "AppendText .\\xy\\20261120_n.log");
 }
 
 TEST_F(LogFolderRules, SomethingElseInPlaceOfTheFolderIsNotUsed) {
@@ -59,9 +59,9 @@ TEST_F(LogFolderRules, SomethingElseInPlaceOfTheFolderIsNotUsed) {
     World().files.SetKind("pipe", PLAT_MODE_PIPE);
     // Shares the folder's bit without being one.
     World().files.SetKind("other", 0xC000);
-    EXPECT_EQ(OpenedFor("file"), "FileOpen 20261120_n.log a");
-    EXPECT_EQ(OpenedFor("pipe"), "FileOpen 20261120_n.log a");
-    EXPECT_EQ(OpenedFor("other"), "FileOpen 20261120_n.log a");
+    EXPECT_EQ(OpenedFor("file"), "AppendText 20261120_n.log");
+    EXPECT_EQ(OpenedFor("pipe"), "AppendText 20261120_n.log");
+    EXPECT_EQ(OpenedFor("other"), "AppendText 20261120_n.log");
 }
 
 TEST_F(LogFolderRules, AFolderWhoseStatusIsRefusedIsNotUsed) {
@@ -74,7 +74,7 @@ TEST_F(LogFolderRules, AFolderWhoseStatusIsRefusedIsNotUsed) {
 
 TEST_F(LogFolderRules, BlanksOfTheFolderAreGone) {
     World().files.MakeFolder("ProgramFiles");
-    EXPECT_EQ(OpenedFor("Program Files"), "FileOpen .\\ProgramFiles\\20261120_n.log a");
+    EXPECT_EQ(OpenedFor("Program Files"), "AppendText .\\ProgramFiles\\20261120_n.log");
 }
 
 TEST_F(LogFolderRules, ALogNameLongerThanThePathBufferIsCut) {

@@ -71,16 +71,16 @@ TEST_F(LogWriter, EveryFlagHasItsOwnMaskAlsoThoseThatNoModeSets) {
 TEST_F(LogWriter, NothingIsWrittenBeforeTheLogIsConfigured) {
     Load();
     EXPECT_EQ(WriteAllLevels(0), "");
-    EXPECT_EQ(World().faults.Count(sim::Call::FileOpen), 0U);
+    EXPECT_EQ(World().faults.Count(sim::Call::AppendText), 0U);
     EXPECT_EQ(World().files.List("C:\\app"), std::vector<std::string>());
 }
 
 TEST_F(LogWriter, ALineOfADisabledLevelTouchesNoFile) {
     LoadAtMode('1');
-    const uint64_t opens = World().faults.Count(sim::Call::FileOpen);
+    const uint64_t appends = World().faults.Count(sim::Call::AppendText);
     const uint64_t queries = World().faults.Count(sim::Call::FileQuery);
     EXPECT_EQ(VKO_LogWrite("SAT_api.log", VKO_LOG_WRN, "x\n"), 0);
-    EXPECT_EQ(World().faults.Count(sim::Call::FileOpen), opens);
+    EXPECT_EQ(World().faults.Count(sim::Call::AppendText), appends);
     EXPECT_EQ(World().faults.Count(sim::Call::FileQuery), queries);
 }
 
@@ -106,13 +106,12 @@ TEST_F(LogWriter, TheHourIsThreeBehindUtcAndTheDateStays) {
     }
 }
 
-TEST_F(LogWriter, ALineIsAppendedAndTheFileClosedAgain) {
+TEST_F(LogWriter, ALineIsAppendedInOnePiece) {
     World().files.SetText("Log\\20261120_SAT_api.log", "old\n");
-    World().faults.TraceOn({sim::Call::FileOpen});
+    World().faults.TraceOn({sim::Call::FileOpen, sim::Call::AppendText});
     VKO_LogWrite("SAT_api.log", VKO_LOG_ERR, "new\n");
     EXPECT_EQ(DiagnosticLog(), "old\n[12:04:05.006]ERR new\n");
-    EXPECT_THAT(World().faults.trace, testing::ElementsAre("FileOpen .\\Log\\20261120_SAT_api.log a"));
-    EXPECT_EQ(World().files.OpenFiles(), 0U);
+    EXPECT_THAT(World().faults.trace, testing::ElementsAre("AppendText .\\Log\\20261120_SAT_api.log"));
 }
 
 TEST_F(LogWriter, NoLineFeedIsAddedToTheCallersFormat) {
@@ -134,9 +133,26 @@ TEST_F(LogWriter, ALineOfAMegabyteIsWrittenWhole) {
     EXPECT_TRUE(DiagnosticLog() == "[12:04:05.006]ERR " + text + "\n") << DiagnosticLog().size();
 }
 
+TEST_F(LogWriter, ALineOfAnyLengthIsWrittenWholeOnceAndWithoutMemory) {
+    const uint64_t allocations = World().faults.Count(sim::Call::Alloc);
+    // Around 4 KB, 8 KB and 16 KB, where a buffer may end.
+    for (const size_t about : {4096U, 8192U, 16384U}) {
+        for (size_t length = about - 30; length < about + 5; ++length) {
+            World().files.Remove("Log\\20261120_SAT_api.log");
+            const std::string text(length, 'x');
+            VKO_LogWrite("SAT_api.log", VKO_LOG_ERR, "%s%c\n", text.c_str(), '\0');
+            EXPECT_EQ(DiagnosticLog(), "[12:04:05.006]ERR " + text + std::string("\0\n", 2)) << length;
+        }
+    }
+    EXPECT_EQ(World().faults.Count(sim::Call::Alloc), allocations);
+    EXPECT_EQ(World().files.OpenFiles(), 0U);
+}
+
 TEST_F(LogWriter, AFileThatCannotBeOpenedDropsItsLineAndNothingElse) {
+    World().faults.FailNth(sim::Call::AppendText, 1);
     World().faults.FailNth(sim::Call::FileOpen, 1);
     EXPECT_EQ(VKO_LogWrite("SAT_api.log", VKO_LOG_ERR, "lost\n"), 0);
+    EXPECT_EQ(VKO_LogWrite("SAT_api.log", VKO_LOG_ERR, "%s\n", std::string(20000, 'l').c_str()), 0);
     EXPECT_EQ(VKO_LogWrite("SAT_api.log", VKO_LOG_ERR, "kept\n"), 0);
     EXPECT_EQ(DiagnosticLog(), "[12:04:05.006]ERR kept\n");
     EXPECT_EQ(World().files.OpenFiles(), 0U);
@@ -189,7 +205,7 @@ TEST_F(LogWriter, WithoutTheConsoleFlagNothingIsPrinted) {
 TEST_F(LogWriter, TheConsoleCopyComesAlsoWhenTheFileCannotBeOpened) {
     gl_tLogFlags.iConsole = 1;
     gl_tLogFlags.iError = 1;
-    World().faults.FailAlways(sim::Call::FileOpen);
+    World().faults.FailAlways(sim::Call::AppendText);
     VKO_LogWrite("SAT_api.log", VKO_LOG_ERR, "[%04d] %s\n", 7, "100%s%n");
     EXPECT_EQ(World().printed, "[0007] 100%s%n\n");
 }

@@ -38,7 +38,7 @@ const Talker kTalkers[] = {
     {"VKO_SetIniFileValue", [] { VKO_SetIniFileValue(nullptr, "S", "A", "1"); }},
     {"VKO_SetIniFileValue that fails",
      [] {
-         sim::world().faults.FailNth(sim::Call::FileOpen, 1);
+         sim::world().faults.FailNth(sim::Call::AppendText, 1);
          VKO_SetIniFileValue("y.ini", "S", "A", "1");
          sim::world().faults.FailNth(sim::Call::FileOpen, 1);
          VKO_SetIniFileValue("y.ini", "S", "A", nullptr);

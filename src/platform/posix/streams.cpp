@@ -84,6 +84,18 @@ bool plat_file_close(plat_file* file) {
     return Done(fclose(Stream(file)) == 0) && !failed_before;
 }
 
+bool plat_append_text(const char* path, const char* text, size_t size) {
+    const PosixPath name = ToPosixPath(path);
+    if (!name.valid) return false;
+    const Descriptor file(open(name.text, OpenFlags("a") | O_CLOEXEC | O_NONBLOCK, 0666));
+    if (!Done(file.IsOpen())) return false;
+    if (!IsUsable(file.number(), false)) {
+        SetLastErrno(EACCES);
+        return false;
+    }
+    return Done(WriteAll(file.number(), text, size));
+}
+
 int plat_append_open(const char* path) {
     const PosixPath name = ToPosixPath(path);
     if (!name.valid) return kNoDescriptor;

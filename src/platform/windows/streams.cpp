@@ -2,32 +2,27 @@
  * Open files: buffered ones, the append descriptor.
  */
 #include <windows.h>
-// The order matters: the header above defines what these may leave out.
-#include <fcntl.h>
-#include <io.h>
+// The order matters: the header above defines what this one may leave out.
 #include <share.h>
-#include <sys/stat.h>
 
 #include <atomic>
 #include <cstdio>
 #include <cstring>
 
 #include "../platform.h"
+#include "unload.h"
 
 /** What plat_append_open opened and nobody has closed yet; the library has one such descriptor at a time. */
 static std::atomic<int> open_append{-1};
 
-/**
- * The system tells when the library is unloaded (`reserved` is NULL then) and when the process ends. A
- * descriptor left behind by the former is out of everybody's reach: a program that loads the library anew for
- * each sale would run out of them within days. At the end of the process other threads may have died with the
- * runtime's locks.
- */
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID reserved) {
-    if (reason != DLL_PROCESS_DETACH || reserved != nullptr) return TRUE;
+static HANDLE Handle(int descriptor) {
+    // The number is one of these, cast by the routine that made it. NOLINTNEXTLINE(performance-no-int-to-ptr)
+    return reinterpret_cast<HANDLE>(static_cast<intptr_t>(descriptor));
+}
+
+void CloseLeftAppend() {
     const int descriptor = open_append.exchange(-1);
-    if (descriptor >= 0) _close(descriptor);
-    return TRUE;
+    if (descriptor >= 0) CloseHandle(Handle(descriptor));
 }
 
 static FILE* Stream(plat_file* file) {
@@ -59,34 +54,66 @@ bool plat_file_close(plat_file* file) {
     return fclose(Stream(file)) == 0 && !failed_before;
 }
 
-int plat_append_open(const char* path) {
-    const int opened =
-        _sopen(path, _O_WRONLY | _O_APPEND | _O_CREAT | _O_TEXT, _SH_DENYNO, _S_IREAD | _S_IWRITE);
-    int descriptor = opened;
-    if (opened == 0) {
-        // A program without standard input gave us 0, which the engine takes for "not open".
-        descriptor = _dup(opened);
-        _close(opened);
+static bool WriteBytes(HANDLE file, const char* bytes, size_t size) {
+    DWORD written = 0;
+    return WriteFile(file, bytes, static_cast<DWORD>(size), &written, nullptr) != 0 && written == size;
+}
+
+/** Writes text with the line ends of text mode, in one write where it fits. */
+static bool WriteText(HANDLE file, const char* text, size_t size) {
+    char bytes[32768];
+    size_t used = 0;
+    while (size > 0) {
+        // Up to the next line feed, which needs room for two bytes, or as much as there is room for.
+        const void* const feed = memchr(text, '\n', size);
+        const size_t line =
+            feed != nullptr ? static_cast<size_t>(static_cast<const char*>(feed) - text) : size;
+        const size_t room = sizeof bytes - 2 - used;
+        const size_t taken = line < room ? line : room;
+        memcpy(bytes + used, text, taken);
+        used += taken;
+        text += taken;
+        size -= taken;
+        if (taken == line && size > 0) {
+            bytes[used++] = '\r';
+            bytes[used++] = '\n';
+            ++text;
+            --size;
+        }
+        if (used < sizeof bytes - 2 && size > 0) continue;
+        if (!WriteBytes(file, bytes, used)) return false;
+        used = 0;
     }
+    return true;
+}
+
+/** Opens for appending only: without the right to write elsewhere the system itself puts each write at the
+ * end. */
+static HANDLE OpenAppend(const char* path) {
+    return CreateFileA(path, FILE_APPEND_DATA | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                       OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+bool plat_append_text(const char* path, const char* text, size_t size) {
+    const HANDLE file = OpenAppend(path);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    const bool written = WriteText(file, text, size);
+    return CloseHandle(file) != 0 && written;
+}
+
+int plat_append_open(const char* path) {
+    // The system's handles have 32 significant bits, and a file's is above 0.
+    const int descriptor = static_cast<int>(reinterpret_cast<intptr_t>(OpenAppend(path)));
     if (descriptor >= 0) open_append = descriptor;
     return descriptor;
 }
 
 bool plat_append_write(int descriptor, const void* bytes, size_t size) {
-    const char* next = static_cast<const char*>(bytes);
-    while (size > 0) {
-        constexpr size_t kMostAtOnce = 0x40000000;
-        const unsigned portion = static_cast<unsigned>(size < kMostAtOnce ? size : kMostAtOnce);
-        const int count = _write(descriptor, next, portion);
-        if (count <= 0) return false;
-        next += count;
-        size -= static_cast<size_t>(count);
-    }
-    return true;
+    return WriteText(Handle(descriptor), static_cast<const char*>(bytes), size);
 }
 
 void plat_append_close(int descriptor) {
     int expected = descriptor;
     open_append.compare_exchange_strong(expected, -1);
-    _close(descriptor);
+    CloseHandle(Handle(descriptor));
 }

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "scratch_folder.h"
@@ -125,6 +126,58 @@ TEST_F(Files, FormattedTextIsTheSameEverywhere) {
     EXPECT_TRUE(Print(file, "%s", big.c_str()));
     EXPECT_TRUE(plat_file_close(file));
     EXPECT_EQ(ReadText("t"), "[-01006][(null)][8][9223372036854775807][000000ABh]\n" + big);
+}
+
+TEST_F(Files, AppendingTextMakesTheFileAndKeepsWhatItHas) {
+    EXPECT_TRUE(plat_append_text("t", "", 0));
+    EXPECT_EQ(ReadText("t"), "");
+    EXPECT_TRUE(plat_append_text(".\\t", "one\ntwo", 7));
+    EXPECT_TRUE(plat_append_text("t", "\n\nthree\n", 8));
+    EXPECT_EQ(ReadText("t"), "one\ntwo\n\nthree\n");
+    EXPECT_FALSE(plat_append_text("no\\such\\folder", "x", 1));
+    std::filesystem::create_directory("sub");
+    EXPECT_FALSE(plat_append_text("sub", "x", 1));
+    EXPECT_FALSE(plat_append_text(std::string(100000, 'x').c_str(), "x", 1));
+}
+
+// Both kinds of appending end each line as the text mode of the system does, wherever a buffer of theirs
+// ends.
+TEST_F(Files, AppendedTextHasTheSystemsLineEnds) {
+    const std::string end = LineEnd();
+    for (const size_t length : {0U, 1U, 4094U, 8191U, 32764U, 32765U, 32766U, 32767U, 32768U, 100000U}) {
+        const std::string line(length, 'x');
+        for (const std::string behind : {"", "y", "\r"}) {
+            const std::string text = line + "\n\n" + behind;
+            ASSERT_TRUE(plat_append_text("t", text.data(), text.size()));
+            const int descriptor = plat_append_open("d");
+            EXPECT_TRUE(plat_append_write(descriptor, text.data(), text.size()));
+            plat_append_close(descriptor);
+            const std::string expected = line + end + end + behind;
+            EXPECT_TRUE(ReadBytes("t") == expected) << length;
+            EXPECT_TRUE(ReadBytes("d") == expected) << length;
+            std::filesystem::remove("t");
+            std::filesystem::remove("d");
+        }
+    }
+}
+
+TEST_F(Files, TextsAppendedAtTheSameTimeStayWhole) {
+    constexpr int kLines = 200;
+    std::vector<std::thread> threads;
+    for (const char letter : {'a', 'b'}) {
+        threads.emplace_back([letter] {
+            const std::string line = std::string(3000, letter) + "\n";
+            for (int i = 0; i < kLines; ++i)
+                EXPECT_TRUE(plat_append_text("t", line.data(), line.size()));
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    std::istringstream lines(ReadText("t"));
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count)
+        ASSERT_TRUE(line == std::string(3000, line[0])) << "line " << count;
+    EXPECT_EQ(count, 2 * kLines);
 }
 
 TEST_F(Files, AppendingByDescriptor) {

@@ -41,12 +41,14 @@ TEST_F(FileCalls, NewOnesGetWhatTheUsersMaskLeaves) {
         const std::string end = std::to_string(mask);
         plat_file_close(plat_file_open(("w" + end).c_str(), "w"));
         plat_file_close(plat_file_open(("a" + end).c_str(), "a"));
+        EXPECT_TRUE(plat_append_text(("text" + end).c_str(), "1", 1));
         plat_append_close(plat_append_open(("log" + end).c_str()));
         EXPECT_TRUE(plat_create_folder(("sub" + end).c_str()));
         EXPECT_TRUE(plat_file_replace(("ini" + end).c_str(), "1", 1));
         umask(old_mask);
         EXPECT_EQ(ModeOf(("w" + end).c_str()), 0666 & ~mask);
         EXPECT_EQ(ModeOf(("a" + end).c_str()), 0666 & ~mask);
+        EXPECT_EQ(ModeOf(("text" + end).c_str()), 0666 & ~mask);
         EXPECT_EQ(ModeOf(("log" + end).c_str()), 0600 & ~mask);
         EXPECT_EQ(ModeOf(("sub" + end).c_str()), 0777 & ~mask);
         EXPECT_EQ(ModeOf(("ini" + end).c_str()), 0666 & ~mask);
@@ -67,6 +69,8 @@ TEST_F(FileCalls, SayWhyTheyFail) {
     ExpectRefused(plat_file_open("missing", "r") != nullptr, PLAT_ERROR_FILE_NOT_FOUND, "open");
     ExpectRefused(plat_file_open("sub", "r") != nullptr, PLAT_ERROR_ACCESS_DENIED, "open");
     ExpectRefused(plat_file_open("file", "nonsense") != nullptr, EINVAL, "open");
+    ExpectRefused(plat_append_text("no/file", "x", 1), PLAT_ERROR_FILE_NOT_FOUND, "append text");
+    ExpectRefused(plat_append_text("/dev/full", "x", 1), ENOSPC, "append text");
     ExpectRefused(plat_append_open("no/file") != -1, PLAT_ERROR_FILE_NOT_FOUND, "append");
     ExpectRefused(plat_append_write(-1, "x", 1), EBADF, "append");
 }
@@ -84,10 +88,23 @@ TEST_F(FileCalls, APathThatIsTooLongIsToldAsSuch) {
     ExpectRefused(plat_move_file(path, "file"), ENAMETOOLONG, "move");
     ExpectRefused(plat_remove_file(path), ENAMETOOLONG, "remove");
     ExpectRefused(plat_file_open(path, "w") != nullptr, ENAMETOOLONG, "open");
+    ExpectRefused(plat_append_text(path, "x", 1), ENAMETOOLONG, "append text");
     ExpectRefused(plat_append_open(path) != -1, ENAMETOOLONG, "append");
     ExpectRefused(plat_file_replace(path, "x", 1), ENAMETOOLONG, "replace");
     ExpectRefused(plat_find_open(path, name, sizeof name) != -1, ENAMETOOLONG, "find");
     ExpectRefused(plat_port_open(path) != -1, ENAMETOOLONG, "port");
+}
+
+TEST_F(FileCalls, AppendingTextLeavesNothingOpen) {
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    const int reader = open("pipe", O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    const long count_before = OpenDescriptors();
+    EXPECT_TRUE(plat_append_text("file", "x", 1));
+    EXPECT_FALSE(plat_append_text("pipe", "x", 1));
+    EXPECT_FALSE(plat_append_text("/dev/full", "x", 1));
+    EXPECT_EQ(OpenDescriptors(), count_before);
+    close(reader);
 }
 
 TEST_F(FileCalls, AFailedOpenLeavesNothingOpen) {

@@ -36,6 +36,9 @@ TEST_F(UnixFiles, APipeIsNotWrittenToEvenWithAReader) {
     ASSERT_GE(reader, 0);
     EXPECT_EQ(plat_append_open("pipe"), -1);
     EXPECT_EQ(plat_last_error(), PLAT_ERROR_ACCESS_DENIED);
+    SetLastErrorCode(0);
+    EXPECT_FALSE(plat_append_text("pipe", "x", 1));
+    EXPECT_EQ(plat_last_error(), PLAT_ERROR_ACCESS_DENIED);
     for (const char* mode : {"a", "w", "w+"}) {
         SetLastErrorCode(0);
         EXPECT_EQ(plat_file_open("pipe", mode), nullptr) << mode;
@@ -62,6 +65,7 @@ TEST_F(UnixFiles, AFullDiskIsNotASuccess) {
     ASSERT_GT(descriptor, 0);
     EXPECT_FALSE(plat_append_write(descriptor, "x", 1));
     plat_append_close(descriptor);
+    EXPECT_FALSE(plat_append_text("/dev/full", "x", 1));
 }
 
 TEST_F(UnixFiles, SearchIsSortedAndHoldsNoDescriptor) {

@@ -23,6 +23,7 @@ TEST_F(OddPaths, APathThatIsTooLongIsRefusedEverywhere) {
     EXPECT_EQ(plat_file_open(path, "r"), nullptr);
     EXPECT_EQ(plat_file_open(path, "w"), nullptr);
     EXPECT_EQ(plat_append_open(path), -1);
+    EXPECT_FALSE(plat_append_text(path, "x", 1));
     EXPECT_FALSE(plat_file_replace(path, "x", 1));
     EXPECT_FALSE(plat_create_folder(path));
     WriteText("a", "1");

@@ -84,5 +84,6 @@ TEST_F(UnixReplace, APipeUnderAFilesNameMakesNoOpenWait) {
     EXPECT_EQ(plat_file_open("pipe", "a"), nullptr);
     EXPECT_EQ(plat_file_open("pipe", "w"), nullptr);
     EXPECT_EQ(plat_append_open("pipe"), -1);
+    EXPECT_FALSE(plat_append_text("pipe", "x", 1));
     alarm(0);
 }
