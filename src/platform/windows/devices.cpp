@@ -5,29 +5,61 @@
 // The order matters: the setup header needs the types of the one above.
 #include <setupapi.h>
 
+#include <atomic>
 #include <cstring>
 
 #include "../platform.h"
+#include "device_watch.h"
+#include "unload.h"
 
 namespace {
 
-/** What a set's handle points at: the system's set, and the device that is the current one. */
+/** Longer than a port's name is anywhere. */
+constexpr DWORD kLongestName = 64;
+
+/** A device as the system told of it. */
+struct Device {
+    Device* next;
+    bool has_key;     ///< its hardware key can be opened
+    DWORD name_size;  ///< bytes of the port's name, with a NUL where the value has one; 0 without a name
+    char name[kLongestName];
+    DWORD friendly_size;  ///< bytes with the NUL; 0 without a friendly name
+    char* friendly;       ///< NULL when it could not be read
+};
+
+/** What a set's handle points at. */
 struct DeviceSet {
-    HDEVINFO system_set;
-    SP_DEVINFO_DATA current;
+    char class_name[32];
+    uint64_t watch;  ///< for DevicesUnchanged
+    Device* first;
+    Device* selected;
+    bool released;  ///< the system took its own set back
 };
 
 }  // namespace
 
 static_assert(sizeof(SP_DEVINFO_DATA) == 32, "the size that the system checks in the record");
 
+/**
+ * The set that was closed last. The system goes through every device that it ever saw to list the present
+ * ones, which takes longer than all the rest of an exchange but its waits: while nothing has changed, the
+ * list need not be made again.
+ */
+static std::atomic<DeviceSet*> kept{nullptr};
+
 static DeviceSet* Set(plat_handle devices) {
     // The number is one of these, cast by the routine that made it. NOLINTNEXTLINE(performance-no-int-to-ptr)
-    return reinterpret_cast<DeviceSet*>(devices);
+    return plat_handle_valid(devices) ? reinterpret_cast<DeviceSet*>(devices) : nullptr;
 }
 
-/** Asks the system for the first setup class with this name; false when there is none. */
-static bool AskForClass(const char* class_name, GUID* found) {
+/** The selected device of a set; NULL for one that has none. */
+static const Device* Selected(plat_handle devices) {
+    const DeviceSet* const set = Set(devices);
+    return set != nullptr ? set->selected : nullptr;
+}
+
+/** The identifier of the first setup class with this name; false when there is none. */
+static bool FindClass(const char* class_name, GUID* found) {
     DWORD count = 0;
     SetupDiClassGuidsFromNameA(class_name, nullptr, 0, &count);
     if (count == 0) return false;
@@ -40,29 +72,6 @@ static bool AskForClass(const char* class_name, GUID* found) {
     return told;
 }
 
-/**
- * The same, asked once: the system goes through all its classes for an answer, which takes it as long as all
- * the rest of a discovery's questions but one. Classes come with an installation and stay.
- */
-static bool FindClass(const char* class_name, GUID* found) {
-    static SRWLOCK guard = SRWLOCK_INIT;
-    static char known_name[32];
-    static GUID known;
-
-    AcquireSRWLockExclusive(&guard);
-    bool success = known_name[0] != '\0' && strcmp(known_name, class_name) == 0;
-    if (!success) {
-        success = AskForClass(class_name, &known);
-        // A name that does not fit is asked for again every time.
-        const size_t length = strlen(class_name);
-        const bool keeps = success && length < sizeof known_name;
-        memcpy(known_name, keeps ? class_name : "", keeps ? length + 1 : 1);
-    }
-    if (success) *found = known;
-    ReleaseSRWLockExclusive(&guard);
-    return success;
-}
-
 /** The system's set of the present devices of the first class with this name; invalid when there is none. */
 static HDEVINFO OpenSystemSet(const char* class_name) {
     GUID found = {};
@@ -70,73 +79,133 @@ static HDEVINFO OpenSystemSet(const char* class_name) {
     return SetupDiGetClassDevsA(&found, nullptr, nullptr, DIGCF_PRESENT);
 }
 
-plat_handle plat_devices_open(const char* class_name) {
-    const HDEVINFO system_set = OpenSystemSet(class_name);
-    if (system_set == INVALID_HANDLE_VALUE) return PLAT_INVALID_HANDLE;
+static void ReadPortName(HDEVINFO system_set, SP_DEVINFO_DATA* entry, Device* device) {
+    const HKEY key = SetupDiOpenDevRegKey(system_set, entry, DICS_FLAG_GLOBAL, 0, DIREG_DEV, KEY_READ);
+    device->has_key = key != INVALID_HANDLE_VALUE;
+    if (!device->has_key) return;
+    DWORD size = sizeof device->name;
+    const LSTATUS status =
+        RegQueryValueExA(key, "PortName", nullptr, nullptr, reinterpret_cast<BYTE*>(device->name), &size);
+    if (status == ERROR_SUCCESS) device->name_size = size;
+    RegCloseKey(key);
+}
 
-    DeviceSet* set = static_cast<DeviceSet*>(plat_alloc(sizeof(DeviceSet)));
-    if (set == nullptr) {
-        SetupDiDestroyDeviceInfoList(system_set);
-        return PLAT_INVALID_HANDLE;
+static void ReadFriendlyName(HDEVINFO system_set, SP_DEVINFO_DATA* entry, Device* device) {
+    SetupDiGetDeviceRegistryPropertyA(system_set, entry, SPDRP_FRIENDLYNAME, nullptr, nullptr, 0,
+                                      &device->friendly_size);
+    if (device->friendly_size == 0) return;
+    char* const friendly = static_cast<char*>(plat_alloc(device->friendly_size));
+    if (friendly == nullptr) return;
+    if (SetupDiGetDeviceRegistryPropertyA(system_set, entry, SPDRP_FRIENDLYNAME, nullptr,
+                                          reinterpret_cast<BYTE*>(friendly), device->friendly_size,
+                                          nullptr) != 0) {
+        device->friendly = friendly;
+    } else {
+        plat_free(friendly);
     }
-    set->system_set = system_set;
-    set->current.cbSize = sizeof set->current;
-    return reinterpret_cast<plat_handle>(set);
+}
+
+/** Reads the devices of the system's set in its order. Where memory ends, so does the list. */
+static void ReadDevices(HDEVINFO system_set, DeviceSet* set) {
+    Device** tail = &set->first;
+    SP_DEVINFO_DATA entry = {};
+    entry.cbSize = sizeof entry;
+    for (DWORD i = 0; SetupDiEnumDeviceInfo(system_set, i, &entry) != 0; ++i) {
+        Device* const device = static_cast<Device*>(plat_alloc(sizeof(Device)));
+        if (device == nullptr) return;
+        ReadPortName(system_set, &entry, device);
+        ReadFriendlyName(system_set, &entry, device);
+        *tail = device;
+        tail = &device->next;
+    }
+}
+
+/** Asks the system; NULL when it has no such class. */
+static DeviceSet* ListDevices(const char* class_name) {
+    // First this, so that a change while the list is made is seen.
+    const uint64_t watch = WatchDevices();
+    const HDEVINFO system_set = OpenSystemSet(class_name);
+    if (system_set == INVALID_HANDLE_VALUE) return nullptr;
+    DeviceSet* const set = static_cast<DeviceSet*>(plat_alloc(sizeof(DeviceSet)));
+    if (set != nullptr) ReadDevices(system_set, set);
+    const bool released = SetupDiDestroyDeviceInfoList(system_set) != 0;
+    if (set == nullptr) return nullptr;
+    set->released = released;
+    // A name that does not fit is asked for again every time.
+    const size_t length = strlen(class_name);
+    if (length < sizeof set->class_name) {
+        memcpy(set->class_name, class_name, length + 1);
+        set->watch = watch;
+    }
+    return set;
+}
+
+static void FreeSet(DeviceSet* set) {
+    if (set == nullptr) return;
+    for (Device* device = set->first; device != nullptr;) {
+        Device* const next = device->next;
+        plat_free(device->friendly);
+        plat_free(device);
+        device = next;
+    }
+    plat_free(set);
+}
+
+void ForgetDevices() {
+    FreeSet(kept.exchange(nullptr));
+    StopWatchingDevices();
+}
+
+plat_handle plat_devices_open(const char* class_name) {
+    DeviceSet* set = kept.exchange(nullptr);
+    if (set == nullptr || strcmp(set->class_name, class_name) != 0 || !DevicesUnchanged(set->watch)) {
+        FreeSet(set);
+        set = ListDevices(class_name);
+    }
+    return set != nullptr ? reinterpret_cast<plat_handle>(set) : PLAT_INVALID_HANDLE;
 }
 
 bool plat_devices_select(plat_handle devices, uint32_t index) {
-    if (!plat_handle_valid(devices)) return false;
-    SP_DEVINFO_DATA device = {};
-    device.cbSize = sizeof device;
-    if (SetupDiEnumDeviceInfo(Set(devices)->system_set, index, &device) == 0) return false;
-    Set(devices)->current = device;
+    DeviceSet* const set = Set(devices);
+    if (set == nullptr) return false;
+    Device* device = set->first;
+    for (; device != nullptr && index > 0; --index)
+        device = device->next;
+    if (device == nullptr) return false;
+    set->selected = device;
     return true;
-}
-
-/**
- * Reads the key's port name into `name`. The value comes from the registry, where anybody may have written
- * anything: it counts only when it fits with its NUL, and one that lacks the NUL gets it.
- */
-static void ReadPortName(HKEY key, char* name, uint32_t size) {
-    char* value = static_cast<char*>(plat_alloc(size));
-    if (value == nullptr) return;
-    DWORD value_size = size;
-    if (RegQueryValueExA(key, "PortName", nullptr, nullptr, reinterpret_cast<BYTE*>(value), &value_size) ==
-        ERROR_SUCCESS) {
-        const size_t length = strnlen(value, size);
-        if (length < size) memcpy(name, value, length + 1);
-    }
-    plat_free(value);
 }
 
 bool plat_devices_port_name(plat_handle devices, char* name, uint32_t size) {
-    if (!plat_handle_valid(devices)) return false;
-    const HKEY key = SetupDiOpenDevRegKey(Set(devices)->system_set, &Set(devices)->current, DICS_FLAG_GLOBAL,
-                                          0, DIREG_DEV, KEY_READ);
-    if (key == INVALID_HANDLE_VALUE) return false;
-    ReadPortName(key, name, size);
-    RegCloseKey(key);
-    return true;
+    const Device* const device = Selected(devices);
+    if (device == nullptr) return false;
+    // The value comes from the registry, where anybody may have written anything: it counts only when it fits
+    // with its NUL, and one that lacks the NUL gets it.
+    const size_t length = strnlen(device->name, device->name_size);
+    if (device->name_size > 0 && device->name_size <= size && length < size) {
+        memcpy(name, device->name, length);
+        name[length] = '\0';
+    }
+    return device->has_key;
 }
 
 uint32_t plat_devices_friendly_size(plat_handle devices) {
-    if (!plat_handle_valid(devices)) return 0;
-    DWORD size = 0;
-    SetupDiGetDeviceRegistryPropertyA(Set(devices)->system_set, &Set(devices)->current, SPDRP_FRIENDLYNAME,
-                                      nullptr, nullptr, 0, &size);
-    return size;
+    const Device* const device = Selected(devices);
+    return device != nullptr ? device->friendly_size : 0;
 }
 
 bool plat_devices_friendly(plat_handle devices, char* friendly, uint32_t size) {
-    if (!plat_handle_valid(devices)) return false;
-    return SetupDiGetDeviceRegistryPropertyA(Set(devices)->system_set, &Set(devices)->current,
-                                             SPDRP_FRIENDLYNAME, nullptr, reinterpret_cast<BYTE*>(friendly),
-                                             size, nullptr) != 0;
+    const Device* const device = Selected(devices);
+    if (device == nullptr || device->friendly == nullptr || size < device->friendly_size) return false;
+    memcpy(friendly, device->friendly, device->friendly_size);
+    return true;
 }
 
 bool plat_devices_close(plat_handle devices) {
-    if (!plat_handle_valid(devices)) return false;
-    const bool destroyed = SetupDiDestroyDeviceInfoList(Set(devices)->system_set) != 0;
-    plat_free(Set(devices));
-    return destroyed;
+    DeviceSet* const set = Set(devices);
+    if (set == nullptr) return false;
+    const bool released = set->released;
+    set->selected = nullptr;
+    FreeSet(kept.exchange(set));
+    return released;
 }

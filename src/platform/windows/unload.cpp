@@ -12,6 +12,9 @@
  * of what this would touch.
  */
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID reserved) {
-    if (reason == DLL_PROCESS_DETACH && reserved == nullptr) CloseLeftAppend();
+    if (reason == DLL_PROCESS_DETACH && reserved == nullptr) {
+        CloseLeftAppend();
+        ForgetDevices();
+    }
     return TRUE;
 }

@@ -5,3 +5,6 @@
 
 /** Closes what plat_append_open opened and nobody has closed yet. */
 void CloseLeftAppend();
+
+/** Forgets the present devices and no longer watches them. */
+void ForgetDevices();
