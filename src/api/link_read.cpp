@@ -116,7 +116,9 @@ static eReadStep AcceptFrame(tReplyRead* read) {
     // What arrived behind ETX in the same read is no part of the frame.
     memset(gl_strRcvArea + read->iChkPos, 0, static_cast<size_t>(read->iPos - read->iChkPos));
     LogFrame(*read);
-    SAT_API_RspPktParcer(gl_strRcvArea, read->iChkPos);
+    // Called for its lines, of which the most important is a warning: where nobody wants them the device need
+    // not wait for its acknowledgement while a reply of megabytes is taken apart.
+    if (VKO_LogEnabled(VKO_LOG_WRN)) SAT_API_RspPktParcer(gl_strRcvArea, read->iChkPos);
     lSerialWriteAck(read->phComm, true);
     LogSATProtocolFrame(gl_strRcvArea, static_cast<size_t>(read->iPos), 1);
     const size_t textLength = static_cast<size_t>(read->iChkPos - SHORTEST_FRAME);

@@ -50,6 +50,17 @@ TEST_F(LinkRead, TheWholeBufferIsClearedFirst) {
     EXPECT_EQ(FirstNonZero(reply.data(), 0, reply.size()), reply.size());
 }
 
+TEST_F(LinkRead, AReplyIsTakenApartOnlyWhenTheLogTakesItsWarnings) {
+    for (const char mode : {'0', '1', '2', '3'}) {
+        LogAtMode(mode);
+        line->Send(sim::MakeFrame("AB|C"));
+        const uint64_t before = World().faults.Count(sim::Call::Alloc);
+        EXPECT_EQ(Read(), 6);
+        // The protocol's line, and the copy that the fields are taken from.
+        EXPECT_EQ(World().faults.Count(sim::Call::Alloc) - before, mode >= '2' ? 2U : 1U) << mode;
+    }
+}
+
 TEST_F(LinkRead, LogsTheFrameThenItsFieldsThenTheAcknowledgementThenTheProtocol) {
     LogAtMode('5');
     CreateSAT_ProtLogFile();
