@@ -64,9 +64,9 @@ class Machine:
             file.write(settings(log_mode, self.emulator_port))
         return self.start([*self.program("bench_library_side"), self.product], folder)
 
-    def minimal(self, listed=False):
-        """The same exchanges without the library. `listed`: with the system's list of its present ports before each."""
-        return self.start([*self.program("bench_minimal_side"), ("listed:" if listed else "") + self.place], self._folder)
+    def minimal(self):
+        """The same exchanges without the library."""
+        return self.start([*self.program("bench_minimal_side"), self.place], self._folder)
 
     def end(self, side):
         self._sides.remove(side)

@@ -3,6 +3,7 @@ import json
 import os
 import subprocess
 import tempfile
+import time
 
 from figures import extremes
 from machines import Native, Wine
@@ -50,17 +51,17 @@ class Stage:
     def library(self, kind, log_mode):
         return self._side(kind, log_mode, lambda machine: machine.library(log_mode))
 
-    def minimal(self, kind, listed=False):
-        return self._side(kind, "listed" if listed else "minimal", lambda machine: machine.minimal(listed))
+    def minimal(self, kind):
+        return self._side(kind, None, lambda machine: machine.minimal())
 
-    def _side(self, kind, which, start):
-        if (kind, which) not in self._sides:
+    def _side(self, kind, log_mode, start):
+        if (kind, log_mode) not in self._sides:
             side = start(self.machine(kind))
             self.machine(kind).device.set("reply", 0)
             # The first call of a process makes ready what later ones find.
             side.exchange("ConsultarSAT")
-            self._sides[kind, which] = side
-        return self._sides[kind, which]
+            self._sides[kind, log_mode] = side
+        return self._sides[kind, log_mode]
 
 
 def checked(side, command, size, count=1):
@@ -71,15 +72,32 @@ def checked(side, command, size, count=1):
     return wall, processor
 
 
-def exchanges(kind, log_mode, exchange, listed=False):
+def exchanges(kind, log_mode, exchange):
     """Milliseconds of a call, beside the same exchange without the library."""
     command, size, reply = exchange
 
     def measure(stage, pairs):
-        library, minimal = stage.library(kind, log_mode), stage.minimal(kind, listed)
+        library, minimal = stage.library(kind, log_mode), stage.minimal(kind)
         stage.machine(kind).device.set("reply", reply)
         # One exchange is short, so a few more of them cost little and steady the median.
         return [tuple(checked(side, command, size)[0] / MS for side in (library, minimal)) for _ in range(4 * pairs)]
+
+    return measure
+
+
+def after_a_pause(kind, exchange):
+    """The same with longer between two calls than the library takes the present devices for known. Each takes six
+    seconds, so there are few."""
+    command, size, reply = exchange
+
+    def measure(stage, pairs):
+        library, minimal = stage.library(kind, 1), stage.minimal(kind)
+        stage.machine(kind).device.set("reply", reply)
+        result = []
+        for _ in range(max(3, pairs // 3)):
+            time.sleep(6)
+            result.append(tuple(checked(side, command, size)[0] / MS for side in (library, minimal)))
+        return result
 
     return measure
 

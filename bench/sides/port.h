@@ -6,10 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/**
- * Opens a device file for this program alone and makes it 115200,n,8,1 with the time-outs of PortRead. On
- * Windows, "listed:" in front of the file asks the system for its present ports first.
- */
+/** Opens a device file for this program alone and makes it 115200,n,8,1 with the time-outs of PortRead. */
 bool PortOpen(const char* place);
 
 /** Returns the bytes that were written. */
