@@ -240,11 +240,15 @@ struct plat_file_status {
 /** Asks for a file's status; false when there is no such file or the system refuses. */
 bool plat_file_query(const char* path, plat_file_status* status);
 
-/** Opens a file in text mode; `mode` is "r", "a", "w" or "w+" as for fopen. NULL on failure. */
-plat_file* plat_file_open(const char* path, const char* mode);
+/**
+ * Reads a file in text mode, its first `size` bytes at most, and tells how many bytes of text that made. What
+ * an error cuts off is missing. In `text`, room for `size` bytes, those behind the text are zero if they were
+ * so before. False when the file could not be opened.
+ */
+bool plat_read_text(const char* path, char* text, size_t size, size_t* length);
 
-/** Reads up to `size` bytes and returns their number; 0 at the end or on an error. */
-size_t plat_file_read(plat_file* file, void* buffer, size_t size);
+/** Opens a file for writing in text mode; `mode` is "a", "w" or "w+" as for fopen. NULL on failure. */
+plat_file* plat_file_open(const char* path, const char* mode);
 
 /** Writes `size` bytes; false when not all of them could be taken. What is written may wait for the close,
  * which tells of everything that failed. */

@@ -7,14 +7,10 @@
 eIniLoad IniLoad(const char* pIniFileName, size_t size, size_t spare, tIniText* text) {
     char* pText = static_cast<char*>(plat_alloc(size + spare));
     if (pText == nullptr) return INI_NO_MEMORY;
-    plat_file* file = plat_file_open(pIniFileName, "r");
-    if (file == nullptr) {
-        plat_free(pText);
-        return INI_NO_OPEN;
-    }
-    *text = {pText, plat_file_read(file, pText, size)};
-    plat_file_close(file);
-    return INI_LOADED;
+    *text = {pText, 0};
+    if (plat_read_text(pIniFileName, pText, size, &text->fileSize)) return INI_LOADED;
+    plat_free(pText);
+    return INI_NO_OPEN;
 }
 
 char* IniFindSection(char* pText, const char* pSession) {

@@ -24,16 +24,9 @@ constexpr int kFirstDescriptor = 3;
 
 struct ModeRow {
     const char* mode;
-    bool reads;
-    bool writes;
     bool truncates;
 };
-constexpr ModeRow kModes[] = {
-    {"r", true, false, false},
-    {"a", false, true, false},
-    {"w", false, true, true},
-    {"w+", true, true, true},
-};
+constexpr ModeRow kModes[] = {{"a", false}, {"w", true}, {"w+", true}};
 
 }  // namespace
 
@@ -66,7 +59,7 @@ plat_file* Files::Open(const char* path, const char* mode) {
         world().last_error = kErrorInvalidParameter;
         return nullptr;
     }
-    std::shared_ptr<Node> node = OpenNode(path, row->writes);
+    std::shared_ptr<Node> node = OpenNode(path, true);
     if (node == nullptr) return nullptr;
     if (row->truncates) {
         node->content.clear();
@@ -83,9 +76,6 @@ plat_file* Files::Open(const char* path, const char* mode) {
     ++open_files_;
     file->node = std::move(node);
     file->process = world().Process();
-    file->reads = row->reads;
-    file->writes = row->writes;
-    file->read_at = 0;
     file->failed = false;
     return file;
 }
@@ -116,17 +106,15 @@ bool Files::Store(Node& node, const char* bytes, size_t size) {
     return stored == size;
 }
 
-size_t Files::Read(plat_file* file, void* buffer, size_t size) {
-    const std::string& content = file->node->content;
-    if (!file->reads || file->read_at >= content.size()) return 0;
-    const size_t count = std::min(size, content.size() - file->read_at);
-    std::memcpy(buffer, content.data() + file->read_at, count);
-    file->read_at += count;
-    return count;
+bool Files::ReadText(const char* path, char* text, size_t size, size_t* length) {
+    const std::shared_ptr<Node> node = OpenNode(path, false);
+    if (node == nullptr) return false;
+    *length = std::min(size, node->content.size());
+    std::memcpy(text, node->content.data(), *length);
+    return true;
 }
 
 bool Files::Write(plat_file* file, const char* bytes, size_t size) {
-    if (!file->writes) return false;
     file->waiting.append(bytes, size);
     if (file->waiting.size() < kBufferSize) return true;
     const bool stored = Store(*file->node, file->waiting.data(), file->waiting.size());

@@ -94,8 +94,8 @@ class Files {
     Files& operator=(Files&&) noexcept;
 
     bool Query(const char* path, plat_file_status* status) const;
+    bool ReadText(const char* path, char* text, size_t size, size_t* length);
     plat_file* Open(const char* path, const char* mode);
-    size_t Read(plat_file* file, void* buffer, size_t size);
     bool Write(plat_file* file, const char* bytes, size_t size);
     bool Print(plat_file* file, const char* format, va_list arguments) PLAT_PRINTF_CHECK(3, 0);
     /** Of what still waits, the first part of `parts` reaches the file, or nothing when `parts` is 0. */

@@ -79,7 +79,6 @@ TEST_F(SimFiles, EachProcessHasItsCurrentFolder) {
 }
 
 TEST_F(SimFiles, OpenModes) {
-    EXPECT_EQ(plat_file_open("a", "r"), nullptr);
     EXPECT_EQ(plat_file_open("missing\\a", "w"), nullptr);
     EXPECT_EQ(plat_file_open("a", "rb+"), nullptr);
     EXPECT_TRUE(Put("a", "a", "12"));
@@ -89,15 +88,23 @@ TEST_F(SimFiles, OpenModes) {
     EXPECT_EQ(files.Text("a"), "5");
     EXPECT_TRUE(Put("a", "w+", "6\n7"));
 
-    plat_file* file = plat_file_open("a", "r");
-    char text[8] = "";
-    EXPECT_EQ(plat_file_read(file, text, 2), 2u);
-    EXPECT_EQ(plat_file_read(file, text + 2, 5), 1u);
-    EXPECT_EQ(plat_file_read(file, text, 5), 0u);
-    EXPECT_STREQ(text, "6\n7");
-    EXPECT_FALSE(plat_file_write(file, "x", 1));
-    EXPECT_FALSE(plat_file_close(file));
+    EXPECT_EQ(files.Text("a"), "6\n7");
     EXPECT_EQ(files.OpenFiles(), 0u);
+    EXPECT_EQ(plat_file_open("a", "r"), nullptr);
+    EXPECT_EQ(files.Text("a"), "6\n7");
+}
+
+TEST_F(SimFiles, ReadingText) {
+    char text[8] = "";
+    size_t length = 7;
+    EXPECT_FALSE(plat_read_text("a", text, sizeof text, &length));
+    EXPECT_TRUE(Put("a", "w", "6\n7"));
+    EXPECT_TRUE(plat_read_text("a", text, 2, &length));
+    EXPECT_EQ(length, 2u);
+    EXPECT_STREQ(text, "6\n");
+    EXPECT_TRUE(plat_read_text("a", text, sizeof text, &length));
+    EXPECT_EQ(length, 3u);
+    EXPECT_STREQ(text, "6\n7");
     files.MakeFolder("dir");
     EXPECT_EQ(plat_file_open("dir", "a"), nullptr);
 }
@@ -303,11 +310,21 @@ TEST_F(SimFiles, WritesFailInTheirWays) {
     EXPECT_FALSE(plat_append_write(log, "1234", 4));
     EXPECT_EQ(files.Text("log"), "12");
     plat_append_close(log);
-    world.faults.FailNth(Call::FileRead, 1, 1, 1);
-    plat_file* file = plat_file_open("a", "r");
     char text[8];
-    EXPECT_EQ(plat_file_read(file, text, 2), 1u);
-    plat_file_close(file);
+    size_t length = 0;
+    world.faults.FailNth(Call::ReadText, 1, 1, 0);
+    EXPECT_FALSE(plat_read_text("a", text, 2, &length));
+    world.faults.FailNth(Call::ReadText, 1, 1, 2);
+    EXPECT_TRUE(plat_read_text("a", text, 2, &length));
+    EXPECT_EQ(length, 1u);
+    world.faults.FailNth(Call::ReadText, 1, 1, 1);
+    EXPECT_TRUE(plat_read_text("a", text, 2, &length));
+    EXPECT_EQ(length, 0u);
+    for (const int way : {0, 1, 2}) {
+        world.faults.FailNth(Call::AppendText, 1, 1, way);
+        EXPECT_FALSE(plat_append_text("log", "34", 2));
+    }
+    EXPECT_EQ(files.Text("log"), "123");
 }
 
 TEST_F(SimFiles, LongRunsMayForgetContent) {

@@ -12,16 +12,18 @@ bool plat_file_query(const char* path, plat_file_status* status) {
     return world.files.Query(path, status);
 }
 
+bool plat_read_text(const char* path, char* text, size_t size, size_t* length) {
+    SIM_ENTER(ReadText, "%s", path);
+    if (way == 0) return Fail(PLAT_ERROR_ACCESS_DENIED, false);
+    const size_t read = way == 1 ? 0 : way == 2 ? size / 2 : size;
+    if (way > 0) world.last_error = sim::kErrorNotWorking;
+    return world.files.ReadText(path, text, read, length);
+}
+
 plat_file* plat_file_open(const char* path, const char* mode) {
     SIM_ENTER(FileOpen, "%s %s", path, mode);
     if (way >= 0) return Fail<plat_file*>(PLAT_ERROR_ACCESS_DENIED, nullptr);
     return world.files.Open(path, mode);
-}
-
-size_t plat_file_read(plat_file* file, void* buffer, size_t size) {
-    SIM_ENTER(FileRead, "%zu", size);
-    if (way == 0) return Fail<size_t>(sim::kErrorNotWorking, 0);
-    return world.files.Read(file, buffer, way == 1 ? size / 2 : size);
 }
 
 bool plat_file_write(plat_file* file, const void* bytes, size_t size) {

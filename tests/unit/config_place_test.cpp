@@ -77,7 +77,7 @@ TEST_F(HostilePlace, AFileThatCannotBeOpenedGivesEveryDefault) {
 
 TEST_F(HostilePlace, AFileThatCannotBeReadGivesEveryDefault) {
     WriteIni(ConfigText());
-    World().faults.FailAlways(sim::Call::FileRead);
+    World().faults.FailAlways(sim::Call::ReadText, 1);
     ExpectSale();
     ExpectDefaults();
 }

@@ -82,7 +82,7 @@ TEST_F(IniRead, WithoutMemoryTheFileIsNotOpened) {
 }
 
 TEST_F(IniRead, AFileThatCannotBeOpenedIsReported) {
-    World().faults.FailNth(sim::Call::FileOpen, 1);
+    World().faults.FailNth(sim::Call::ReadText, 1);
     EXPECT_EQ(Read("[S]\nA=1\n", "S", "A"), -302);
     EXPECT_THAT(TakeLog(), testing::AllOf(testing::StartsWith("ERR [#] VKO_GetIniFileValue rc[-00302]ER:"),
                                           testing::EndsWith("fopen() Fail\n")));
@@ -130,10 +130,10 @@ TEST_F(IniRead, ASuccessfulReadLogsNothing) {
 // ------------------------------------------------------------------------------------------------ the rules
 
 TEST_F(IniRead, TheFileIsReadAnewInTextMode) {
-    World().faults.TraceOn({sim::Call::FileOpen});
+    World().faults.TraceOn({sim::Call::ReadText, sim::Call::FileOpen});
     EXPECT_EQ(ValueOf("[S]\nA=1\n", "S", "A"), "1");
     EXPECT_EQ(ValueOf("[S]\nA=2\n", "S", "A"), "2");
-    EXPECT_THAT(World().faults.trace, testing::ElementsAre("FileOpen t.ini r", "FileOpen t.ini r"));
+    EXPECT_THAT(World().faults.trace, testing::ElementsAre("ReadText t.ini", "ReadText t.ini"));
 }
 
 TEST_F(IniRead, EqualSignsAndBlanksAreDroppedWhereverTheyStand) {
@@ -226,10 +226,10 @@ TEST_F(IniRead, AValueAtTheEndOfTheFileNeedsNoLineEnd) {
 
 TEST_F(IniRead, HalfAFileIsReadAsFarAsItGoes) {
     World().files.SetText("t.ini", "[S]\nA=1\nB=2\nC=3\n");
-    World().faults.FailNth(sim::Call::FileRead, 1, 1, 1);
+    World().faults.FailNth(sim::Call::ReadText, 1, 1, 2);
     EXPECT_EQ(VKO_GetIniFileValue("t.ini", "S", "A", value), 0);
     EXPECT_STREQ(value, "1");
-    World().faults.FailNth(sim::Call::FileRead, 1, 1, 1);
+    World().faults.FailNth(sim::Call::ReadText, 1, 1, 2);
     EXPECT_EQ(VKO_GetIniFileValue("t.ini", "S", "C", value), -305);
 }
 

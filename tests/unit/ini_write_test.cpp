@@ -76,16 +76,16 @@ TEST_F(IniWrite, AMissingSectionIsAppended) {
 TEST_F(IniWrite, ASectionThatIsThereIsLeftAlone) {
     Check({{"[S]\nB=2\n", "S", nullptr, nullptr, 2, "[S]\nB=2\n"},
            {"[S]\nB=2\n", "S", "", "x", 2, "[S]\nB=2\n"}});
-    World().faults.TraceOn({sim::Call::FileOpen});
+    World().faults.TraceOn({sim::Call::ReadText, sim::Call::FileOpen, sim::Call::AppendText});
     VKO_SetIniFileValue("w.ini", "S", nullptr, nullptr);
-    EXPECT_THAT(World().faults.trace, testing::ElementsAre("FileOpen w.ini r"));
+    EXPECT_THAT(World().faults.trace, testing::ElementsAre("ReadText w.ini"));
 }
 
 TEST_F(IniWrite, AnEqualValueIsNotWritten) {
     Check({{"[S]\nA=1\n", "S", "A", "1", 0, "[S]\nA=1\n"}});
-    World().faults.TraceOn({sim::Call::FileOpen});
+    World().faults.TraceOn({sim::Call::ReadText, sim::Call::FileOpen, sim::Call::AppendText});
     VKO_SetIniFileValue("w.ini", "S", "A", "1");
-    EXPECT_THAT(World().faults.trace, testing::ElementsAre("FileOpen w.ini r"));
+    EXPECT_THAT(World().faults.trace, testing::ElementsAre("ReadText w.ini"));
 }
 
 TEST_F(IniWrite, AnotherValueIsWrittenInPlace) {
@@ -189,7 +189,7 @@ TEST_F(IniWrite, AFileThatCannotBeCreatedIsReported) {
 
 TEST_F(IniWrite, AFileThatCannotBeReadIsReported) {
     World().files.SetText("w.ini", "[S]\nA=1\n");
-    World().faults.FailNth(sim::Call::FileOpen, 1);
+    World().faults.FailNth(sim::Call::ReadText, 1);
     EXPECT_EQ(VKO_SetIniFileValue("w.ini", "S", "A", nullptr), -401);
     EXPECT_EQ(TakeLog(), Failure("-00401", "ER:INI_FILE_ERR_CREATE fopen Fail", "=NULL"));
     EXPECT_EQ(World().LiveAllocations(), 0);

@@ -40,7 +40,7 @@ const Talker kTalkers[] = {
      [] {
          sim::world().faults.FailNth(sim::Call::AppendText, 1);
          VKO_SetIniFileValue("y.ini", "S", "A", "1");
-         sim::world().faults.FailNth(sim::Call::FileOpen, 1);
+         sim::world().faults.FailNth(sim::Call::ReadText, 1);
          VKO_SetIniFileValue("y.ini", "S", "A", nullptr);
      }},
     {"SAT_Get_IBGH_UF_Code", [] { SAT_Get_IBGH_UF_Code(nullptr); }},

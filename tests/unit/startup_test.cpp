@@ -142,10 +142,10 @@ TEST_F(Startup, WithoutAChangeALaterCallReadsNothing) {
     WriteIni("[LOG]\nLogMode=0\n");
     init_global_sat_struct();
     Later();
-    const uint64_t opened = World().faults.Count(sim::Call::FileOpen);
+    const uint64_t read = World().faults.Count(sim::Call::ReadText);
     gl_tSat.iEmulatorEnabled = 7;
     EXPECT_EQ(init_global_sat_struct(), 1);
-    EXPECT_EQ(World().faults.Count(sim::Call::FileOpen), opened);
+    EXPECT_EQ(World().faults.Count(sim::Call::ReadText), read);
     EXPECT_EQ(gl_tSat.iEmulatorEnabled, 7);
 }
 
@@ -159,9 +159,9 @@ TEST_F(Startup, AChangedIniIsReadAtTheNextCallAndOnlyThen) {
     EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1);
     EXPECT_EQ(gl_tSatCmd[4].iTimeout, 77);
     EXPECT_EQ(gl_tSat.iConfigTime, World().files.Modified("SAT.ini"));
-    const uint64_t opened = World().faults.Count(sim::Call::FileOpen);
+    const uint64_t read = World().faults.Count(sim::Call::ReadText);
     VersaoDllZantir();
-    EXPECT_EQ(World().faults.Count(sim::Call::FileOpen), opened);
+    EXPECT_EQ(World().faults.Count(sim::Call::ReadText), read);
 }
 
 TEST_F(Startup, AnOlderModificationTimeIsAChangeToo) {
@@ -194,9 +194,9 @@ TEST_F(Startup, AnIniWhoseStatusCannotBeReadIsNotReloaded) {
     init_global_sat_struct();
     Later();
     World().files.Remove("SAT.ini");
-    const uint64_t opened = World().faults.Count(sim::Call::FileOpen);
+    const uint64_t read = World().faults.Count(sim::Call::ReadText);
     EXPECT_EQ(init_global_sat_struct(), 1);
-    EXPECT_EQ(World().faults.Count(sim::Call::FileOpen), opened);
+    EXPECT_EQ(World().faults.Count(sim::Call::ReadText), read);
     EXPECT_FALSE(World().files.Exists("SAT.ini"));
 }
 

@@ -40,22 +40,52 @@ static bool IsUsable(int descriptor, bool for_reading) {
     return for_reading ? S_ISREG(status.st_mode) : !S_ISFIFO(status.st_mode);
 }
 
-/** The flags of open that a mode of fopen stands for. */
+/** The flags of open that a mode of fopen for writing stands for. */
 static int OpenFlags(const char* mode) {
-    if (mode[0] == 'r') return O_RDONLY;
     const int access = strchr(mode, '+') != nullptr ? O_RDWR : O_WRONLY;
     return access | O_CREAT | (mode[0] == 'a' ? O_APPEND : O_TRUNC);
+}
+
+/** Reads up to `size` bytes, in as many pieces as it takes, and returns their number. */
+static size_t ReadAll(int descriptor, char* bytes, size_t size) {
+    size_t length = 0;
+    while (length < size) {
+        const ssize_t count = read(descriptor, bytes + length, size - length);
+        if (count > 0) {
+            length += static_cast<size_t>(count);
+        } else if (count == 0 || errno != EINTR) {
+            Done(count == 0);
+            break;
+        }
+    }
+    return length;
+}
+
+bool plat_read_text(const char* path, char* text, size_t size, size_t* length) {
+    const PosixPath name = ToPosixPath(path);
+    if (!name.valid) return false;
+    const Descriptor file(open(name.text, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!Done(file.IsOpen())) return false;
+    if (!IsUsable(file.number(), true)) {
+        SetLastErrno(EACCES);
+        return false;
+    }
+    *length = ReadAll(file.number(), text, size);
+    return true;
 }
 
 plat_file* plat_file_open(const char* path, const char* mode) {
     const PosixPath name = ToPosixPath(path);
     if (!name.valid) return nullptr;
 
-    // A pipe under the file's name would hold the open until somebody comes to its other end, and a folder
-    // would open for reading and only fail later.
+    if (mode[0] != 'a' && mode[0] != 'w') {
+        SetLastErrno(EINVAL);
+        return nullptr;
+    }
+    // A pipe under the file's name would hold the open until somebody comes to its other end.
     const int descriptor = open(name.text, OpenFlags(mode) | O_CLOEXEC | O_NONBLOCK, 0666);
     if (!Done(descriptor != kNoDescriptor)) return nullptr;
-    const bool usable = IsUsable(descriptor, mode[0] == 'r');
+    const bool usable = IsUsable(descriptor, false);
     FILE* stream = usable ? fdopen(descriptor, mode) : nullptr;
     if (stream == nullptr) {
         SetLastErrno(usable ? errno : EACCES);
@@ -63,12 +93,6 @@ plat_file* plat_file_open(const char* path, const char* mode) {
         return nullptr;
     }
     return reinterpret_cast<plat_file*>(stream);
-}
-
-size_t plat_file_read(plat_file* file, void* buffer, size_t size) {
-    const size_t count = fread(buffer, 1, size, Stream(file));
-    if (ferror(Stream(file)) != 0) SetLastErrno(errno);
-    return count;
 }
 
 bool plat_file_write(plat_file* file, const void* bytes, size_t size) {

@@ -29,16 +29,51 @@ static FILE* Stream(plat_file* file) {
     return reinterpret_cast<FILE*>(file);
 }
 
+static size_t ReadBytes(HANDLE file, char* bytes, size_t size) {
+    constexpr size_t kMostAtOnce = 0x40000000;
+    size_t length = 0;
+    while (length < size) {
+        const size_t portion = size - length < kMostAtOnce ? size - length : kMostAtOnce;
+        DWORD count = 0;
+        if (ReadFile(file, bytes + length, static_cast<DWORD>(portion), &count, nullptr) == 0) break;
+        if (count == 0) break;
+        length += count;
+    }
+    return length;
+}
+
+/**
+ * Makes of bytes what text mode reads in them, in place: line ends are one byte, and Ctrl-Z ends the text.
+ * The bytes that this leaves over are cleared.
+ */
+static size_t ToText(char* bytes, size_t size) {
+    constexpr char kEndOfText = 0x1A;
+    const void* const mark = memchr(bytes, kEndOfText, size);
+    const size_t end = mark != nullptr ? static_cast<size_t>(static_cast<const char*>(mark) - bytes) : size;
+    size_t length = 0;
+    for (size_t i = 0; i < end; ++i) {
+        if (bytes[i] == '\r' && i + 1 < end && bytes[i + 1] == '\n') continue;
+        bytes[length++] = bytes[i];
+    }
+    memset(bytes + length, 0, size - length);
+    return length;
+}
+
+bool plat_read_text(const char* path, char* text, size_t size, size_t* length) {
+    const HANDLE file = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    *length = ToText(text, ReadBytes(file, text, size));
+    CloseHandle(file);
+    return true;
+}
+
 plat_file* plat_file_open(const char* path, const char* mode) {
     // Text mode is asked for by name: the program around us may have made binary the default. Sharing is not
     // restricted, since logs are read while they are written.
     char text_mode[8];
     snprintf(text_mode, sizeof text_mode, "%.6st", mode);
     return reinterpret_cast<plat_file*>(_fsopen(path, text_mode, _SH_DENYNO));
-}
-
-size_t plat_file_read(plat_file* file, void* buffer, size_t size) {
-    return fread(buffer, 1, size, Stream(file));
 }
 
 bool plat_file_write(plat_file* file, const void* bytes, size_t size) {

@@ -65,7 +65,6 @@ static void WriteFile(const char* path, const char* mode, const std::string& tex
 }
 
 TEST_F(Files, ModesOfOpening) {
-    EXPECT_EQ(plat_file_open("t", "r"), nullptr);
     WriteFile("t", "w", "one\n");
     WriteFile("t", "a", "two\n");
     EXPECT_EQ(ReadText("t"), "one\ntwo\n");
@@ -73,47 +72,66 @@ TEST_F(Files, ModesOfOpening) {
     EXPECT_EQ(ReadText("t"), "three\n");
     EXPECT_EQ(plat_file_open("no/such/folder", "w"), nullptr);
     std::filesystem::create_directory("sub");
-    EXPECT_EQ(plat_file_open("sub", "r"), nullptr);
+    EXPECT_EQ(plat_file_open("sub", "w"), nullptr);
     EXPECT_EQ(plat_file_open("sub", "a"), nullptr);
 }
 
-TEST_F(Files, ReadingStopsAtTheEnd) {
-    WriteFile("t", "w", "ab\ncd\n");
-    plat_file* file = plat_file_open("t", "r");
-    ASSERT_NE(file, nullptr);
+TEST_F(Files, ReadingGivesWhatFitsAndWhatIsThere) {
     char text[16] = "";
-    EXPECT_EQ(plat_file_read(file, text, 4), 4u);
-    EXPECT_STREQ(text, "ab\nc");
-    EXPECT_EQ(plat_file_read(file, text, sizeof text), 2u);
-    EXPECT_EQ(plat_file_read(file, text, sizeof text), 0u);
-    EXPECT_TRUE(plat_file_close(file));
+    size_t length = 7;
+    EXPECT_FALSE(plat_read_text("t", text, sizeof text, &length));
+    WriteText("t", "ab;cd;");
+    EXPECT_TRUE(plat_read_text("t", text, 4, &length));
+    EXPECT_EQ(length, 4u);
+    EXPECT_STREQ(text, "ab;c");
+    EXPECT_TRUE(plat_read_text(".\\t", text, sizeof text, &length));
+    EXPECT_EQ(length, 6u);
+    EXPECT_STREQ(text, "ab;cd;");
+    EXPECT_TRUE(plat_read_text("t", text, 0, &length));
+    EXPECT_EQ(length, 0u);
+    std::filesystem::create_directory("sub");
+    EXPECT_FALSE(plat_read_text("sub", text, sizeof text, &length));
+    EXPECT_FALSE(plat_read_text("sub\\missing", text, sizeof text, &length));
+    EXPECT_FALSE(plat_read_text(std::string(100000, 'x').c_str(), text, sizeof text, &length));
 }
 
-TEST_F(Files, AFileOpenForReadingTakesNoText) {
-    WriteFile("t", "w", "ab");
-    plat_file* file = plat_file_open("t", "r");
-    ASSERT_NE(file, nullptr);
-    const bool written = plat_file_write(file, "x", 1);
-    const bool closed = plat_file_close(file);
-    EXPECT_FALSE(written && closed);
-    EXPECT_EQ(ReadText("t"), "ab");
+// The runtime's own text mode is what the library's has to agree with.
+TEST_F(Files, TextIsReadAsTheSystemsTextModeDoes) {
+    const std::string texts[] = {"",
+                                 "\r",
+                                 "\n",
+                                 "\r\n",
+                                 "a\r\nb\r\n\r\nc\r",
+                                 "a\rb\n\rc\r\r\nd",
+                                 std::string("a\0b\r\n\0", 6),
+                                 "a\r\n\x1A"
+                                 "b\r\n",
+                                 "a\r\x1A\n"};
+    for (const std::string& bytes : texts) {
+        WriteText("t", bytes);
+        std::string text(bytes.size() + 3, '\0');
+        size_t length = 0;
+        ASSERT_TRUE(plat_read_text("t", text.data(), text.size(), &length));
+        EXPECT_EQ(text.substr(0, length), ReadText("t"));
+        EXPECT_EQ(text.substr(length), std::string(text.size() - length, '\0'));
+    }
 }
 
 TEST_F(Files, AFileIsSharedWhileItIsWritten) {
     plat_file* first = plat_file_open("t", "a");
     plat_file* second = plat_file_open("t", "a");
-    plat_file* reader = plat_file_open("t", "r");
+    plat_file* third = plat_file_open("t", "a");
     ASSERT_NE(first, nullptr);
     ASSERT_NE(second, nullptr);
-    ASSERT_NE(reader, nullptr);
     plat_file_write(first, "1", 1);
     EXPECT_TRUE(plat_file_close(first));
     plat_file_write(second, "2", 1);
     EXPECT_TRUE(plat_file_close(second));
     char text[8] = "";
-    EXPECT_EQ(plat_file_read(reader, text, sizeof text), 2u);
+    size_t length = 0;
+    EXPECT_TRUE(plat_read_text("t", text, sizeof text, &length));
     EXPECT_STREQ(text, "12");
-    EXPECT_TRUE(plat_file_close(reader));
+    EXPECT_TRUE(plat_file_close(third));
 }
 
 TEST_F(Files, FormattedTextIsTheSameEverywhere) {

@@ -66,9 +66,14 @@ TEST_F(FileCalls, SayWhyTheyFail) {
     ExpectRefused(plat_move_file("file", "sub"), EEXIST, "move");
     ExpectRefused(plat_move_file("missing", "new"), PLAT_ERROR_FILE_NOT_FOUND, "move");
     ExpectRefused(plat_remove_file("sub"), EISDIR, "remove");
-    ExpectRefused(plat_file_open("missing", "r") != nullptr, PLAT_ERROR_FILE_NOT_FOUND, "open");
-    ExpectRefused(plat_file_open("sub", "r") != nullptr, PLAT_ERROR_ACCESS_DENIED, "open");
-    ExpectRefused(plat_file_open("file", "nonsense") != nullptr, EINVAL, "open");
+    char text[4] = "";
+    size_t length = 0;
+    ExpectRefused(plat_read_text("missing", text, sizeof text, &length), PLAT_ERROR_FILE_NOT_FOUND, "read");
+    ExpectRefused(plat_read_text("sub", text, sizeof text, &length), PLAT_ERROR_ACCESS_DENIED, "read");
+    ExpectRefused(plat_file_open("no/file", "w") != nullptr, PLAT_ERROR_FILE_NOT_FOUND, "open");
+    ExpectRefused(plat_file_open("sub", "a") != nullptr, EISDIR, "open");
+    for (const char* mode : {"r", "r+", "", "nonsense"})
+        ExpectRefused(plat_file_open("file", mode) != nullptr, EINVAL, "open");
     ExpectRefused(plat_append_text("no/file", "x", 1), PLAT_ERROR_FILE_NOT_FOUND, "append text");
     ExpectRefused(plat_append_text("/dev/full", "x", 1), ENOSPC, "append text");
     ExpectRefused(plat_append_open("no/file") != -1, PLAT_ERROR_FILE_NOT_FOUND, "append");
@@ -109,8 +114,12 @@ TEST_F(FileCalls, AppendingTextLeavesNothingOpen) {
 
 TEST_F(FileCalls, AFailedOpenLeavesNothingOpen) {
     fs::create_directory("sub");
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
     const long count_before = OpenDescriptors();
-    EXPECT_EQ(plat_file_open("sub", "r"), nullptr);
+    char text[4] = "";
+    size_t length = 0;
+    EXPECT_FALSE(plat_read_text("sub", text, sizeof text, &length));
+    EXPECT_EQ(plat_file_open("pipe", "w"), nullptr);
     EXPECT_EQ(plat_file_open("file", "nonsense"), nullptr);
     EXPECT_EQ(OpenDescriptors(), count_before);
 }
@@ -151,6 +160,21 @@ TEST_F(FileCalls, AnAppendInPiecesOrInterruptedIsFinished) {
     EXPECT_EQ(ReadText("log"), "abcdefgh");
 }
 
+TEST_F(FileCalls, AReadThatIsInterruptedIsFinishedAndOneThatFailsIsCut) {
+    WriteText("file", "abcdefgh");
+    char text[16] = "";
+    size_t length = 0;
+    FailNext(&system_calls.read, 1, EINTR);
+    EXPECT_TRUE(plat_read_text("file", text, sizeof text, &length));
+    EXPECT_EQ(length, 8U);
+    EXPECT_STREQ(text, "abcdefgh");
+    SetLastErrno(0);
+    FailNext(&system_calls.read, 1, EIO);
+    EXPECT_TRUE(plat_read_text("file", text, sizeof text, &length));
+    EXPECT_EQ(length, 0U);
+    EXPECT_EQ(plat_last_error(), kErrorIoDevice);
+}
+
 TEST_F(FileCalls, AFullDiskIsToldAtTheLatestAtTheClose) {
     plat_file* file = plat_file_open("/dev/full", "a");
     ASSERT_NE(file, nullptr);
@@ -175,23 +199,19 @@ TEST_F(FileCalls, TheEndOfAFileAndAnEmptyTextAreNoErrors) {
     EXPECT_TRUE(Print(file, "%s", ""));
     EXPECT_TRUE(plat_file_write(file, "", 0));
     EXPECT_TRUE(plat_file_close(file));
-    file = plat_file_open("a", "r");
-    ASSERT_NE(file, nullptr);
     SetLastErrno(0);
     errno = EIO;
     char text[4] = "";
-    EXPECT_EQ(plat_file_read(file, text, sizeof text), 0u);
+    size_t length = 7;
+    EXPECT_TRUE(plat_read_text("a", text, sizeof text, &length));
+    EXPECT_EQ(length, 0u);
     EXPECT_EQ(plat_last_error(), 0u);
-    EXPECT_TRUE(plat_file_close(file));
 }
 
 TEST_F(FileCalls, AFileIsOpenForWhatItsModeSays) {
     WriteText("a", "");
-    const std::pair<const char*, int> kModes[] = {{"r", O_RDONLY},
-                                                  {"w", O_WRONLY},
-                                                  {"w+", O_RDWR},
-                                                  {"a", O_WRONLY | O_APPEND},
-                                                  {"a+", O_RDWR | O_APPEND}};
+    const std::pair<const char*, int> kModes[] = {
+        {"w", O_WRONLY}, {"w+", O_RDWR}, {"a", O_WRONLY | O_APPEND}, {"a+", O_RDWR | O_APPEND}};
     for (const auto& [mode, flags] : kModes) {
         // The lowest free descriptor, which the file gets next.
         const int descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
