@@ -86,8 +86,8 @@ def exchanges(kind, log_mode, exchange):
 
 
 def after_a_pause(kind, exchange):
-    """The same with longer between two calls than the library takes the present devices for known. Each takes six
-    seconds, so there are few."""
+    """The same with longer between two calls than the library takes the present devices for known. Each pair takes
+    three seconds, so there are few."""
     command, size, reply = exchange
 
     def measure(stage, pairs):
@@ -95,7 +95,7 @@ def after_a_pause(kind, exchange):
         stage.machine(kind).device.set("reply", reply)
         result = []
         for _ in range(max(3, pairs // 3)):
-            time.sleep(6)
+            time.sleep(3)
             result.append(tuple(checked(side, command, size)[0] / MS for side in (library, minimal)))
         return result
 

@@ -29,7 +29,7 @@ def exchange_rows():
             yield Row(f"{name}-{machine.name}-log{log_mode}", f"{what}, {machine.name}, LogMode={log_mode}", MINIMAL,
                       "ms", Goal("ratio", bound), measures.exchanges(machine, log_mode, exchange))
     # Then the library asks the system for its present devices, which a program does without that knows its port.
-    yield Row("consult-wine-pause", "ConsultarSAT, wine, LogMode=1, after 6 s", MINIMAL, "ms", Goal("none"),
+    yield Row("consult-wine-pause", "ConsultarSAT, wine, LogMode=1, after 3 s", MINIMAL, "ms", Goal("none"),
               measures.after_a_pause(Wine, CONSULT))
 
 

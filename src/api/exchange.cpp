@@ -100,7 +100,10 @@ static eExchangeStep TakeEmulatorPort(tExchange* exchange) {
 static eExchangeStep FindPort(tExchange* exchange) {
     char strFound[sizeof exchange->strPortName] = {};
     vListComPorts(strFound);
-    if (strFound[0] == '\0') return TakeEmulatorPort(exchange);
+    if (strFound[0] == '\0') {
+        plat_devices_forget();
+        return TakeEmulatorPort(exchange);
+    }
     // A port's name has 15 characters, a fixed port's 127 at most: both fit.
     VKO_FormatText(exchange->strPortName, sizeof exchange->strPortName, "\\\\?\\%s", strFound);
     return EXCHANGE_ON;
@@ -126,6 +129,7 @@ static eExchangeStep OpenPort(tExchange* exchange) {
     exchange->rc = cSerialOpenW(lPort, &exchange->hComm);
     // The handle tells: an open that failed may leave a result that is not negative.
     if (!plat_handle_valid(exchange->hComm)) {
+        plat_devices_forget();
         FailWith(exchange, -2004);
         Failed(exchange, EXCHANGE_NOT_OPENED);
         STEP_LOG(VKO_LOG_ERR, "Win:ER:STEP-02.2[FAIL] rc[%06d] Port[%s] lPort[%d] hComm[%08Xh]\n",

@@ -1,6 +1,7 @@
 #include "protocol_log.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 #include "../vko_sat_utils/packet.h"
@@ -250,10 +251,10 @@ void LogInfo(const char* pTextInfo) {
 
 void ProtLogFileSzCtl() {
     if (!gl_bProtocolLineFormatted) return;
-    if (gl_iFd != 0) {
-        plat_append_close(gl_iFd);
-        gl_iFd = 0;
-    }
+    // Callers that do not wait for one another come here at the same time: one of them closes, since the
+    // number is soon somebody else's.
+    const int32_t iFd = std::atomic_ref(gl_iFd).exchange(0);
+    if (iFd != 0) plat_append_close(iFd);
     const int32_t iSize = VKO_GetFileSize(gl_tSat.strSatProtLogFileName);
     if (gl_tLogSettings.iLogFileMaxSize == 0) gl_tLogSettings.iLogFileMaxSize = DEFAULT_MAX_SIZE;
     // Three times the limit wraps in 32 bits as it always has.

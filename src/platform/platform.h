@@ -193,7 +193,8 @@ bool plat_port_close(plat_handle port);
 
 /**
  * Opens the set of the present devices of a setup class such as "Ports"; PLAT_INVALID_HANDLE when there is
- * none. The routines below take that value too: it is a set without devices, which cannot be closed.
+ * none. A platform that hears of changes may give the same set again while there was none. The routines below
+ * take that value too: it is a set without devices, which cannot be closed.
  */
 plat_handle plat_devices_open(const char* class_name);
 
@@ -215,6 +216,9 @@ bool plat_devices_friendly(plat_handle devices, char* friendly, uint32_t size);
 
 /** Releases the set. False when the system refuses. */
 bool plat_devices_close(plat_handle devices);
+
+/** Has the next set listed anew, for a caller that found this one wrong or incomplete. */
+void plat_devices_forget();
 
 // ---------------------------------------------------------------------------------------------- files,
 // folders
@@ -269,8 +273,8 @@ bool plat_file_close(plat_file* file);
 bool plat_file_replace(const char* path, const void* bytes, size_t size);
 
 /**
- * Appends text to a file in text mode and in one write, so that it stands together whoever else appends;
- * makes the file if it is missing. False when not all of it could be written.
+ * Appends text to a file in text mode, as far as possible in one write, so that it stays together where the
+ * system appends in one step; makes the file if it is missing. False when not all of it could be written.
  */
 bool plat_append_text(const char* path, const char* text, size_t size);
 

@@ -45,8 +45,8 @@ static bool ConsoleEnabled(unsigned level) {
             (flags.iInfoB != 0 && level == VKO_LOG_INF) || flags.iTrace != 0);
 }
 
-/** A line that is longer goes to its file in pieces. The texts of an ordinary sale and of its reply fit. */
-static constexpr size_t USUAL_LINE_SIZE = 16384;
+/** A line that is longer goes to its file in pieces: it is made on the caller's stack, which may be small. */
+static constexpr size_t USUAL_LINE_SIZE = 4096;
 
 static void AppendLongLine(const char* pFileName, const char* pFront, size_t frontSize, const char* format,
                            va_list values) {

@@ -50,6 +50,7 @@ constexpr CallRow kCalls[] = {
     {"DevicesFriendlySize", {"no name"}},
     {"DevicesFriendly", {"error 13: not read"}},
     {"DevicesClose", {"error 6: refused, yet closed"}},
+    {"DevicesForget", {}},
     {"FileQuery", {"error 5: refused"}},
     {"ReadText", {"error 5: refused", "nothing read", "half read"}},
     {"FileOpen", {"error 5: refused"}},

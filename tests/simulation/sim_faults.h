@@ -47,6 +47,7 @@ enum class Call : uint8_t {
     DevicesFriendlySize,
     DevicesFriendly,
     DevicesClose,
+    DevicesForget,
     FileQuery,
     ReadText,
     FileOpen,

@@ -269,3 +269,7 @@ bool plat_devices_close(plat_handle devices) {
     if (set != nullptr) *set = {};
     return way >= 0 ? Fail(sim::kErrorInvalidHandle, false) : set != nullptr;
 }
+
+void plat_devices_forget() {
+    SIM_ENTER(DevicesForget);
+}

@@ -34,6 +34,19 @@ TEST_F(ExchangeErrors, NoDevice) {
                 testing::Contains("ERR [Communicate]Win: ER:NO_SAT_DEVICE_FOUND and NO_EMULATOR_DEV_SET\n"));
 }
 
+// What the platform knows of the present devices was wrong, or soon is.
+TEST_F(ExchangeErrors, ADeviceThatWasNotFoundOrNotOpenedHasTheDevicesListedAnew) {
+    const auto forgotten = [] { return World().faults.Count(sim::Call::DevicesForget); };
+    Call();
+    EXPECT_EQ(forgotten(), 1U);
+    AttachDevice(&device);
+    Call();
+    EXPECT_EQ(forgotten(), 1U);
+    World().faults.FailNth(sim::Call::PortOpen, 1, 3);
+    Call();
+    EXPECT_EQ(forgotten(), 2U);
+}
+
 TEST_F(ExchangeErrors, APortNameWithoutCom) {
     AttachDevice(&device);
     FixPort("LPT1");

@@ -111,13 +111,13 @@ bool plat_file_close(plat_file* file) {
 bool plat_append_text(const char* path, const char* text, size_t size) {
     const PosixPath name = ToPosixPath(path);
     if (!name.valid) return false;
-    const Descriptor file(open(name.text, OpenFlags("a") | O_CLOEXEC | O_NONBLOCK, 0666));
-    if (!Done(file.IsOpen())) return false;
-    if (!IsUsable(file.number(), false)) {
-        SetLastErrno(EACCES);
-        return false;
-    }
-    return Done(WriteAll(file.number(), text, size));
+    const int descriptor = open(name.text, OpenFlags("a") | O_CLOEXEC | O_NONBLOCK, 0666);
+    if (!Done(descriptor != kNoDescriptor)) return false;
+    const bool usable = IsUsable(descriptor, false);
+    const bool written = usable && Done(WriteAll(descriptor, text, size));
+    if (!usable) SetLastErrno(EACCES);
+    // A file on the network may tell of a full disk only now.
+    return Done(close(descriptor) == 0) && written;
 }
 
 int plat_append_open(const char* path) {

@@ -1,24 +1,24 @@
 /*
- * Changes in the system's tree of devices.
+ * Changes in what the system knows of its devices.
  */
 #pragma once
 
 #include <cstdint>
 
-/** How long what was read from the tree counts as known at most, milliseconds. */
-constexpr uint64_t kLongestKnownMs = 5000;
+/** How long something counts as known at most, milliseconds. */
+constexpr uint64_t kLongestKnownMs = 2000;
 
 /**
- * Has the system report changes in its tree of devices from here on: a device that comes or goes, or one
- * whose names change. Returns what DevicesUnchanged is asked with about all that is read behind this call; 0
- * when the system does not report. From any thread.
+ * Has the system report from here on that a device comes or goes, or that its names change. Returns what
+ * DevicesUnchanged is asked with about all that is read behind this call; 0 when the system does not report.
+ * From any thread.
  */
 uint64_t WatchDevices();
 
 /**
  * Whether what was read behind the call of WatchDevices that returned `watch` is still so. After
- * kLongestKnownMs nobody knows: should a driver ever change its devices behind the tree's back, a till finds
- * its device a moment later and not at its next start. A later watch ends this one. From any thread.
+ * kLongestKnownMs nobody knows: should a driver ever change its devices without a report, a till finds its
+ * device with the next try and not at its next start. A later watch ends this one. From any thread.
  */
 bool DevicesUnchanged(uint64_t watch);
 

@@ -30,7 +30,7 @@ struct Device {
 /** What a set's handle points at. */
 struct DeviceSet {
     char class_name[32];
-    uint64_t watch;  ///< for DevicesUnchanged
+    uint64_t watch;  ///< for DevicesUnchanged; 0 for a set that is not to be given again
     Device* first;
     Device* selected;
     bool released;  ///< the system took its own set back
@@ -90,12 +90,13 @@ static void ReadPortName(HDEVINFO system_set, SP_DEVINFO_DATA* entry, Device* de
     RegCloseKey(key);
 }
 
-static void ReadFriendlyName(HDEVINFO system_set, SP_DEVINFO_DATA* entry, Device* device) {
+/** False when the device has one and there is no memory for it. */
+static bool ReadFriendlyName(HDEVINFO system_set, SP_DEVINFO_DATA* entry, Device* device) {
     SetupDiGetDeviceRegistryPropertyA(system_set, entry, SPDRP_FRIENDLYNAME, nullptr, nullptr, 0,
                                       &device->friendly_size);
-    if (device->friendly_size == 0) return;
+    if (device->friendly_size == 0) return true;
     char* const friendly = static_cast<char*>(plat_alloc(device->friendly_size));
-    if (friendly == nullptr) return;
+    if (friendly == nullptr) return false;
     if (SetupDiGetDeviceRegistryPropertyA(system_set, entry, SPDRP_FRIENDLYNAME, nullptr,
                                           reinterpret_cast<BYTE*>(friendly), device->friendly_size,
                                           nullptr) != 0) {
@@ -103,21 +104,23 @@ static void ReadFriendlyName(HDEVINFO system_set, SP_DEVINFO_DATA* entry, Device
     } else {
         plat_free(friendly);
     }
+    return true;
 }
 
-/** Reads the devices of the system's set in its order. Where memory ends, so does the list. */
-static void ReadDevices(HDEVINFO system_set, DeviceSet* set) {
+/** Reads the devices of the system's set in its order. Where memory ends, so does the list: false. */
+static bool ReadDevices(HDEVINFO system_set, DeviceSet* set) {
     Device** tail = &set->first;
     SP_DEVINFO_DATA entry = {};
     entry.cbSize = sizeof entry;
     for (DWORD i = 0; SetupDiEnumDeviceInfo(system_set, i, &entry) != 0; ++i) {
         Device* const device = static_cast<Device*>(plat_alloc(sizeof(Device)));
-        if (device == nullptr) return;
-        ReadPortName(system_set, &entry, device);
-        ReadFriendlyName(system_set, &entry, device);
+        if (device == nullptr) return false;
         *tail = device;
         tail = &device->next;
+        ReadPortName(system_set, &entry, device);
+        if (!ReadFriendlyName(system_set, &entry, device)) return false;
     }
+    return true;
 }
 
 /** Asks the system; NULL when it has no such class. */
@@ -127,13 +130,12 @@ static DeviceSet* ListDevices(const char* class_name) {
     const HDEVINFO system_set = OpenSystemSet(class_name);
     if (system_set == INVALID_HANDLE_VALUE) return nullptr;
     DeviceSet* const set = static_cast<DeviceSet*>(plat_alloc(sizeof(DeviceSet)));
-    if (set != nullptr) ReadDevices(system_set, set);
+    const bool whole = set != nullptr && ReadDevices(system_set, set);
     const bool released = SetupDiDestroyDeviceInfoList(system_set) != 0;
     if (set == nullptr) return nullptr;
     set->released = released;
-    // A name that does not fit is asked for again every time.
     const size_t length = strlen(class_name);
-    if (length < sizeof set->class_name) {
+    if (whole && length < sizeof set->class_name) {
         memcpy(set->class_name, class_name, length + 1);
         set->watch = watch;
     }
@@ -151,8 +153,12 @@ static void FreeSet(DeviceSet* set) {
     plat_free(set);
 }
 
-void ForgetDevices() {
+void plat_devices_forget() {
     FreeSet(kept.exchange(nullptr));
+}
+
+void LeaveDevices() {
+    plat_devices_forget();
     StopWatchingDevices();
 }
 

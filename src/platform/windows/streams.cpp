@@ -94,32 +94,51 @@ static bool WriteBytes(HANDLE file, const char* bytes, size_t size) {
     return WriteFile(file, bytes, static_cast<DWORD>(size), &written, nullptr) != 0 && written == size;
 }
 
-/** Writes text with the line ends of text mode, in one write where it fits. */
-static bool WriteText(HANDLE file, const char* text, size_t size) {
-    char bytes[32768];
+/** Room for line ends on their way; of a longer text what fits at a time. */
+struct LineEnds {
+    char* bytes;
+    size_t size;
+};
+
+/** Writes text with the line ends of text mode, in as few writes as there is room for. */
+static bool WriteText(HANDLE file, const char* text, size_t size, LineEnds room) {
     size_t used = 0;
     while (size > 0) {
         // Up to the next line feed, which needs room for two bytes, or as much as there is room for.
         const void* const feed = memchr(text, '\n', size);
         const size_t line =
             feed != nullptr ? static_cast<size_t>(static_cast<const char*>(feed) - text) : size;
-        const size_t room = sizeof bytes - 2 - used;
-        const size_t taken = line < room ? line : room;
-        memcpy(bytes + used, text, taken);
+        const size_t left = room.size - 2 - used;
+        const size_t taken = line < left ? line : left;
+        memcpy(room.bytes + used, text, taken);
         used += taken;
         text += taken;
         size -= taken;
         if (taken == line && size > 0) {
-            bytes[used++] = '\r';
-            bytes[used++] = '\n';
+            room.bytes[used++] = '\r';
+            room.bytes[used++] = '\n';
             ++text;
             --size;
         }
-        if (used < sizeof bytes - 2 && size > 0) continue;
-        if (!WriteBytes(file, bytes, used)) return false;
+        if (used < room.size - 2 && size > 0) continue;
+        if (!WriteBytes(file, room.bytes, used)) return false;
         used = 0;
     }
     return true;
+}
+
+/** The same with room that keeps a usual line in one piece: on the stack of a caller's thread there is
+ * little. */
+static bool WriteText(HANDLE file, const char* text, size_t size) {
+    constexpr size_t kMost = 65536;
+    char small[2048];
+    if (size < sizeof small / 2) return WriteText(file, text, size, {small, sizeof small});
+    const size_t wanted = size < kMost / 2 ? 2 * size + 2 : kMost;
+    char* const large = static_cast<char*>(plat_alloc(wanted));
+    const bool written = large != nullptr ? WriteText(file, text, size, {large, wanted})
+                                          : WriteText(file, text, size, {small, sizeof small});
+    plat_free(large);
+    return written;
 }
 
 /** Opens for appending only: without the right to write elsewhere the system itself puts each write at the

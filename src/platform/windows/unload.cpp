@@ -14,7 +14,7 @@
 extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID reserved) {
     if (reason == DLL_PROCESS_DETACH && reserved == nullptr) {
         CloseLeftAppend();
-        ForgetDevices();
+        LeaveDevices();
     }
     return TRUE;
 }

@@ -7,4 +7,4 @@
 void CloseLeftAppend();
 
 /** Forgets the present devices and no longer watches them. */
-void ForgetDevices();
+void LeaveDevices();

@@ -6,6 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <sstream>
+#include <thread>
+#include <vector>
 
 #include "platform/posix/last_error.h"
 #include "platform/posix/path.h"
@@ -122,4 +125,23 @@ TEST(UnixText, CommonDataFolderIsTheSystems) {
     char path[16] = "";
     ASSERT_TRUE(plat_common_data_folder(path, 9));
     EXPECT_STREQ(path, "/var/lib");
+}
+
+TEST_F(UnixFiles, TextsAppendedAtTheSameTimeStayWhole) {
+    constexpr int kLines = 200;
+    std::vector<std::thread> threads;
+    for (const char letter : {'a', 'b'}) {
+        threads.emplace_back([letter] {
+            const std::string line = std::string(3000, letter) + "\n";
+            for (int i = 0; i < kLines; ++i)
+                EXPECT_TRUE(plat_append_text("t", line.data(), line.size()));
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    std::istringstream lines(ReadText("t"));
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count)
+        ASSERT_TRUE(line == std::string(3000, line[0])) << "line " << count;
+    EXPECT_EQ(count, 2 * kLines);
 }

@@ -206,6 +206,7 @@ TEST(Devices, ANameCountsOnlyWhenItFits) {
         uint32_t last = 0;
         while (plat_devices_select(devices, last + 1))
             ++last;
+        ASSERT_TRUE(plat_devices_select(devices, last));
         char name[17] = "kept";
         EXPECT_TRUE(plat_devices_port_name(devices, name, 16));
         EXPECT_EQ(name, length == 15 ? std::string(15, 'C') : "kept") << length;
@@ -222,8 +223,48 @@ TEST(Devices, WhileNothingChangesTheSystemIsNotAskedAgain) {
     ASSERT_NE(listed, "");
     const EmptyRegistry registry;
     EXPECT_EQ(Listed(), listed);
+    EXPECT_EQ(Listed(), listed);
     EXPECT_FALSE(plat_handle_valid(plat_devices_open("Another class")));
     EXPECT_FALSE(plat_handle_valid(plat_devices_open("Ports")));
+}
+
+TEST(Devices, WhatIsForgottenIsListedAnew) {
+    MadeUpDevice device("A");
+    SKIP_UNLESS_MADE(device);
+    Listed();
+    Listed();
+    const EmptyRegistry registry;
+    plat_devices_forget();
+    EXPECT_FALSE(plat_handle_valid(plat_devices_open("Ports")));
+    plat_devices_forget();
+}
+
+TEST(DeviceWatch, TellsOfPortsThatComeAndGo) {
+    static constexpr char kPorts[] = "HARDWARE\\DEVICEMAP\\SERIALCOMM";
+    uint64_t watch = WatchDevices();
+    ASSERT_NE(watch, 0U);
+    if (RegSetKeyValueA(HKEY_LOCAL_MACHINE, kPorts, "\\Device\\Test", REG_SZ, "COM99", 6) != ERROR_SUCCESS) {
+        GTEST_SKIP() << "only Wine lets a test make up a port";
+    }
+    EXPECT_FALSE(DevicesUnchanged(watch));
+    watch = WatchDevices();
+    EXPECT_TRUE(DevicesUnchanged(watch));
+    RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, kPorts, "\\Device\\Test");
+    EXPECT_FALSE(DevicesUnchanged(watch));
+}
+
+TEST(DeviceWatch, LeavesNoHandlesBehindChanges) {
+    WatchDevices();
+    DWORD before = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &before);
+    for (int i = 0; i < 20; ++i) {
+        const MadeUpDevice device("A");
+        SKIP_UNLESS_MADE(device);
+        EXPECT_TRUE(DevicesUnchanged(WatchDevices()));
+    }
+    DWORD after = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &after);
+    EXPECT_EQ(after, before);
 }
 
 TEST(DeviceWatch, TellsOfChangesAndEndsWithTheNextOne) {
