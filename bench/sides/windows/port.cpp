@@ -7,11 +7,7 @@ static HANDLE port = INVALID_HANDLE_VALUE;
 static bool SetLine() {
     DCB line = {};
     line.DCBlength = sizeof line;
-    line.BaudRate = CBR_115200;
-    line.ByteSize = 8;
-    line.Parity = NOPARITY;
-    line.StopBits = ONESTOPBIT;
-    line.fBinary = TRUE;
+    if (!BuildCommDCBA("115200,n,8,1", &line)) return false;
     COMMTIMEOUTS timeouts = {10, 1, 1, 1, 1000};
     if (!SetCommState(port, &line) || !SetupComm(port, 16384, 16384)) return false;
     EscapeCommFunction(port, SETDTR);

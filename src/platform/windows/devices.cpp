@@ -58,11 +58,15 @@ static const Device* Selected(plat_handle devices) {
     return set != nullptr ? set->selected : nullptr;
 }
 
-/** The identifier of the first setup class with this name; false when there is none. */
+/**
+ * The identifier of the first setup class with this name; false when there is none. The system goes through
+ * all its classes for an answer, so it is asked without a question before for their number: a name has one
+ * class as a rule.
+ */
 static bool FindClass(const char* class_name, GUID* found) {
     DWORD count = 0;
-    SetupDiClassGuidsFromNameA(class_name, nullptr, 0, &count);
-    if (count == 0) return false;
+    if (SetupDiClassGuidsFromNameA(class_name, found, 1, &count) != 0) return count != 0;
+    if (count <= 1) return false;
 
     GUID* classes = static_cast<GUID*>(plat_alloc(count * sizeof(GUID)));
     if (classes == nullptr) return false;

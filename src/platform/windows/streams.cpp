@@ -134,10 +134,11 @@ static bool WriteText(HANDLE file, const char* text, size_t size) {
     char small[2048];
     if (size < sizeof small / 2) return WriteText(file, text, size, {small, sizeof small});
     const size_t wanted = size < kMost / 2 ? 2 * size + 2 : kMost;
-    char* const large = static_cast<char*>(plat_alloc(wanted));
+    // Not plat_alloc: zeros would be written there for nothing.
+    char* const large = static_cast<char*>(HeapAlloc(GetProcessHeap(), 0, wanted));
     const bool written = large != nullptr ? WriteText(file, text, size, {large, wanted})
                                           : WriteText(file, text, size, {small, sizeof small});
-    plat_free(large);
+    if (large != nullptr) HeapFree(GetProcessHeap(), 0, large);
     return written;
 }
 

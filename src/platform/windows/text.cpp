@@ -3,11 +3,18 @@
  */
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "../platform.h"
 
+/** Whether a character may have a capital: small ones, and those that only the code page knows. */
+static bool MayChange(char character) {
+    return (character >= 'a' && character <= 'z') || static_cast<unsigned char>(character) >= 0x80;
+}
+
 void plat_upper(char* text) {
+    if (std::none_of(text, text + strlen(text), MayChange)) return;
     // What CharUpperA does, without the user interface library, which is as large as all the others together
     // and would be loaded into programs that have no windows.
     const int length = static_cast<int>(strlen(text));
