@@ -97,7 +97,8 @@ static void AddIfPresent(const std::string& entry, uint32_t number, std::vector<
     if (Exists(hardware.number(), "driver") && !IsEmptyPlace(entry)) {
         Device device = {};
         snprintf(device.port_name, sizeof device.port_name, "COM%u", number);
-        device.friendly = UsbProduct(hardware.number());
+        const bool built_in = number < kPortKinds[1].first;
+        if (!built_in) device.friendly = UsbProduct(hardware.number());
         devices->push_back(device);
     }
 }

@@ -48,10 +48,9 @@ static bool BeginExclusiveUse(int descriptor) {
     return Done(ioctl(descriptor, TIOCEXCL) == 0);
 }
 
-/** Whether a terminal stands behind the descriptor; the last error is set when none does. */
-static bool IsLiveTerminal(int descriptor) {
-    termios settings = {};
-    if (tcgetattr(descriptor, &settings) == 0) return true;
+/** Reads the settings of the terminal behind the descriptor; the last error is set when there is none. */
+static bool ReadSettings(int descriptor, termios* settings) {
+    if (tcgetattr(descriptor, settings) == 0) return true;
     // The device files of serial ports that the machine does not have can be opened, and then fail with EIO.
     SetLastErrno(errno == EIO ? ENODEV : errno);
     return false;
@@ -59,12 +58,13 @@ static bool IsLiveTerminal(int descriptor) {
 
 /** Prepares a descriptor that was just opened, and gives it a handle. */
 static plat_handle AdoptDescriptor(int descriptor) {
-    if (!IsLiveTerminal(descriptor) || !BeginExclusiveUse(descriptor)) {
+    termios settings = {};
+    if (!ReadSettings(descriptor, &settings) || !BeginExclusiveUse(descriptor)) {
         close(descriptor);
         return PLAT_INVALID_HANDLE;
     }
     plat_handle handle = PLAT_INVALID_HANDLE;
-    if (SetRawLine(descriptor)) {
+    if (SetRawLine(descriptor, settings)) {
         try {
             auto port = std::make_shared<Port>(descriptor);
             handle = Ports().Add(port);

@@ -47,11 +47,15 @@ struct PortKind {
     const char* device_name;
 };
 
-/** The kinds of ports that discovery looks for, in the order of their numbers. */
+/** The kinds of ports that discovery looks for, in the order of their numbers. All but the first are USB
+ * devices'. */
 constexpr PortKind kPortKinds[] = {{1, 32, "ttyS"}, {33, 32, "ttyUSB"}, {65, 32, "ttyACM"}};
 
 /** The control flags for a frame's size, parity and stop bits. */
 tcflag_t FrameFlags(const plat_line_settings& settings);
 
-/** Makes the line pass every byte unchanged in both directions, with nobody's echo. False on failure. */
-bool SetRawLine(int descriptor);
+/**
+ * Makes a line with these settings pass every byte unchanged in both directions, with nobody's echo. False on
+ * failure.
+ */
+bool SetRawLine(int descriptor, const termios& settings);

@@ -99,14 +99,11 @@ static void MakeRaw(termios* line) {
     line->c_cflag &= ~static_cast<tcflag_t>(CRTSCTS);
 }
 
-bool SetRawLine(int descriptor) {
-    termios line = {};
-    if (tcgetattr(descriptor, &line) == 0) {
-        MakeRaw(&line);
-        if (tcsetattr(descriptor, TCSANOW, &line) == 0) return true;
-    }
-    SetLastErrno(errno);
-    return false;
+bool SetRawLine(int descriptor, const termios& settings) {
+    termios line = settings;
+    MakeRaw(&line);
+    // A port keeps its settings: behind the first exchange there is nothing to do.
+    return memcmp(&line, &settings, sizeof line) == 0 || Done(tcsetattr(descriptor, TCSANOW, &line) == 0);
 }
 
 tcflag_t FrameFlags(const plat_line_settings& settings) {

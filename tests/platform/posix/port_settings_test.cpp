@@ -76,6 +76,15 @@ TEST_F(PtyPort, IsRawBehindItsOpenWhateverItWasBefore) {
     ExpectRaw(other);
 }
 
+TEST_F(PtyPort, ALineThatIsRawIsLeftAlone) {
+    ASSERT_TRUE(plat_port_close(port));
+    const int calls = system_calls.tcsetattr.calls;
+    port = plat_port_open(path.c_str());
+    ASSERT_TRUE(plat_handle_valid(port));
+    EXPECT_EQ(system_calls.tcsetattr.calls, calls);
+    ExpectRaw(other);
+}
+
 TEST_F(PtyPort, IsRawBehindNewSettingsWhateverItWasBefore) {
     Spoil(other);
     plat_line_settings settings = {};
@@ -108,7 +117,7 @@ TEST_F(PtyPort, SettingsThatCannotBeMadeSayWhy) {
 
 TEST(PortFrame, WhatIsNoLineCannotBeRaw) {
     SetLastErrno(0);
-    EXPECT_FALSE(SetRawLine(-1));
+    EXPECT_FALSE(SetRawLine(-1, termios{}));
     EXPECT_EQ(plat_last_error(), static_cast<uint32_t>(EBADF));
 }
 
