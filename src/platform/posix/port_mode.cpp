@@ -99,11 +99,18 @@ static void MakeRaw(termios* line) {
     line->c_cflag &= ~static_cast<tcflag_t>(CRTSCTS);
 }
 
+/** Whether two lines agree in all that MakeRaw sets. */
+static bool AreAlikeRaw(const termios& one, const termios& other) {
+    return one.c_iflag == other.c_iflag && one.c_oflag == other.c_oflag && one.c_lflag == other.c_lflag &&
+           one.c_cflag == other.c_cflag && one.c_cc[VMIN] == other.c_cc[VMIN] &&
+           one.c_cc[VTIME] == other.c_cc[VTIME];
+}
+
 bool SetRawLine(int descriptor, const termios& settings) {
     termios line = settings;
     MakeRaw(&line);
     // A port keeps its settings: behind the first exchange there is nothing to do.
-    return memcmp(&line, &settings, sizeof line) == 0 || Done(tcsetattr(descriptor, TCSANOW, &line) == 0);
+    return AreAlikeRaw(line, settings) || Done(tcsetattr(descriptor, TCSANOW, &line) == 0);
 }
 
 tcflag_t FrameFlags(const plat_line_settings& settings) {

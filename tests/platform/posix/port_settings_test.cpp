@@ -76,6 +76,43 @@ TEST_F(PtyPort, IsRawBehindItsOpenWhateverItWasBefore) {
     ExpectRaw(other);
 }
 
+TEST_F(PtyPort, IsRawBehindItsOpenWhateverOfItWasNot) {
+    const auto spoil_one = [](int what, termios* line) {
+        switch (what) {
+            case 0:
+                line->c_iflag |= ICRNL;
+                break;
+            case 1:
+                line->c_oflag |= OPOST | ONLCR;
+                break;
+            case 2:
+                line->c_lflag |= ECHO;
+                break;
+            case 3:
+                line->c_cflag |= CRTSCTS;
+                break;
+            case 4:
+                line->c_cc[VMIN] = 0;
+                break;
+            default:
+                line->c_cc[VTIME] = 3;
+        }
+    };
+    termios raw = {};
+    ASSERT_EQ(tcgetattr(other, &raw), 0);
+    for (int what = 0; what < 6; ++what) {
+        ASSERT_TRUE(plat_port_close(port));
+        termios line = raw;
+        spoil_one(what, &line);
+        ASSERT_EQ(tcsetattr(other, TCSANOW, &line), 0);
+        port = plat_port_open(path.c_str());
+        ASSERT_TRUE(plat_handle_valid(port));
+        ExpectRaw(other);
+        ASSERT_EQ(tcgetattr(other, &line), 0);
+        EXPECT_EQ(line.c_oflag, raw.c_oflag) << what;
+    }
+}
+
 TEST_F(PtyPort, ALineThatIsRawIsLeftAlone) {
     ASSERT_TRUE(plat_port_close(port));
     const int calls = system_calls.tcsetattr.calls;
