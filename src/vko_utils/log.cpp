@@ -49,6 +49,8 @@ static bool ConsoleEnabled(unsigned level) {
 static constexpr size_t USUAL_LINE_SIZE = 4096;
 
 static void AppendLongLine(const char* pFileName, const char* pFront, size_t frontSize, const char* format,
+                           va_list values) PLAT_PRINTF_CHECK(4, 0);
+static void AppendLongLine(const char* pFileName, const char* pFront, size_t frontSize, const char* format,
                            va_list values) {
     plat_file* file = plat_file_open(pFileName, "a");
     if (file == nullptr) return;
