@@ -14,3 +14,17 @@ TEST(DeviceSet, ThatCouldNotBeOpenedHasNoDevicesAndCannotBeClosed) {
         EXPECT_FALSE(plat_devices_close(set));
     }
 }
+
+TEST(DeviceSet, TheNextOneIsAsGoodWhenOneIsForgottenBeforeItOrAtIt) {
+    for (int round = 0; round < 3; ++round) {
+        const plat_handle set = plat_devices_open("Ports");
+        ASSERT_TRUE(plat_handle_valid(set));
+        if (round == 1) plat_devices_forget();
+        uint32_t count = 0;
+        while (plat_devices_select(set, count))
+            ++count;
+        EXPECT_FALSE(plat_devices_select(set, count));
+        EXPECT_TRUE(plat_devices_close(set));
+        plat_devices_forget();
+    }
+}
