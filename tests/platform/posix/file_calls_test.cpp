@@ -112,6 +112,12 @@ TEST_F(FileCalls, AppendingTextLeavesNothingOpen) {
     close(reader);
 }
 
+TEST_F(FileCalls, ADiskThatIsFullOnlyAtTheCloseIsToldOf) {
+    SetLastErrno(0);
+    FailNext(&system_calls.close, 1, ENOSPC);
+    ExpectRefused(plat_append_text("file", "x", 1), ENOSPC, "append text");
+}
+
 TEST_F(FileCalls, AFailedOpenLeavesNothingOpen) {
     fs::create_directory("sub");
     ASSERT_EQ(mkfifo("pipe", 0600), 0);

@@ -38,8 +38,8 @@ static void Reset(SystemCall* call) {
 
 void ResetSystemCalls() {
     SystemCalls& all = system_calls;
-    for (SystemCall* call : {&all.open, &all.openat, &all.read, &all.write, &all.fsync, &all.flock,
-                             &all.fchmod, &all.lstat, &all.unlinkat, &all.renameat2, &all.tcdrain,
+    for (SystemCall* call : {&all.open, &all.openat, &all.read, &all.write, &all.close, &all.fsync,
+                             &all.flock, &all.fchmod, &all.lstat, &all.unlinkat, &all.renameat2, &all.tcdrain,
                              &all.tcgetattr, &all.tcsetattr, &all.exclusive, &all.allocate}) {
         Reset(call);
     }
@@ -115,6 +115,14 @@ ssize_t read(int descriptor, void* bytes, size_t size) {
 ssize_t write(int descriptor, const void* bytes, size_t size) {
     if (Fails(&system_calls.write)) return -1;
     return syscall(SYS_write, descriptor, bytes, std::min(size, system_calls.longest_write.load()));
+}
+
+int close(int descriptor) {
+    const bool fails = Fails(&system_calls.close);
+    const int planned = errno;
+    const int result = static_cast<int>(syscall(SYS_close, descriptor));
+    if (fails) errno = planned;
+    return fails ? -1 : result;
 }
 
 int fsync(int descriptor) {

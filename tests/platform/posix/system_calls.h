@@ -25,6 +25,7 @@ struct SystemCalls {
     SystemCall openat;
     SystemCall read;
     SystemCall write;
+    SystemCall close;  ///< one that fails closes all the same
     SystemCall fsync;
     SystemCall flock;
     SystemCall fchmod;

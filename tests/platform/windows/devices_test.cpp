@@ -7,6 +7,7 @@
 
 #include "platform/platform.h"
 #include "platform/windows/device_watch.h"
+#include "scarce_memory.h"
 
 // Which devices there are is the machine's affair: the walk must come to its end and stay inside the buffers.
 TEST(Devices, ThePresentPortsCanBeWalked) {
@@ -226,6 +227,30 @@ TEST(Devices, WhileNothingChangesTheSystemIsNotAskedAgain) {
     EXPECT_EQ(Listed(), listed);
     EXPECT_FALSE(plat_handle_valid(plat_devices_open("Another class")));
     EXPECT_FALSE(plat_handle_valid(plat_devices_open("Ports")));
+}
+
+TEST(Devices, AListThatMemoryCutShortIsNotUsedAgain) {
+    MadeUpDevice first("A");
+    MadeUpDevice second("B");
+    SKIP_UNLESS_MADE(first);
+    first.Name("COM41");
+    first.Describe("Modem");
+    second.Name("COM42");
+    second.Describe("ZANTIR");
+    Listed();
+    const std::string whole = Listed();
+    int cut_short = 0;
+    for (int n = 1; n <= 5; ++n) {
+        plat_devices_forget();
+        FailMemoryAt(n);
+        const plat_handle devices = plat_devices_open("Ports");
+        FailMemoryAt(0);
+        if (Listed(devices) != whole) ++cut_short;
+        plat_devices_close(devices);
+        EXPECT_EQ(Listed(), whole) << n;
+    }
+    // The set, and two for each device.
+    EXPECT_EQ(cut_short, 5);
 }
 
 TEST(Devices, WhatIsForgottenIsListedAnew) {
