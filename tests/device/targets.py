@@ -2,8 +2,9 @@
 import os
 import shlex
 import subprocess
+import tempfile
 
-from client import Client, ClientError
+from client import Client
 from emulator import Emulator
 from pair import Pair
 
@@ -51,6 +52,17 @@ class Linux:
                       folder, user=user)
 
 
+def once_more(start):
+    """Starts a program under Wine. A process that is killed in the middle of a request now and then takes Wine's own
+    server along, and with it the program that starts just then, which is started anew."""
+    try:
+        return start()
+    except AssertionError as error:
+        if "wine client error" not in str(error):
+            raise
+        return start()
+
+
 class Wine:
     """ZANTIR64.dll. The line is COM7, a present device that carries the mark."""
 
@@ -65,10 +77,17 @@ class Wine:
         self.environment = {**os.environ, "ZANTIR_WINEPREFIX": self.prefix}
 
     def script(self, name, *arguments, check=True):
-        # The first program in a prefix leaves the Wine server behind, which must not hold on to our output.
-        return subprocess.run([os.path.join(TOP, "scripts", name), *arguments], env=self.environment,
-                              check=check, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL)
+        def start():
+            # The first program in a prefix leaves the Wine server behind, which must not hold on to a pipe of ours.
+            with tempfile.TemporaryFile() as said:
+                result = subprocess.run([os.path.join(TOP, "scripts", name), *arguments], env=self.environment,
+                                        check=False, stdin=subprocess.DEVNULL, stdout=said, stderr=said)
+                said.seek(0)
+                if check and result.returncode != 0:
+                    raise AssertionError(f"{name} {arguments}: {result.returncode}, saying {said.read()[-2000:]!r}")
+                return result
+
+        return once_more(start)
 
     def prepare(self):
         self.script("wine")
@@ -117,9 +136,12 @@ class Wine:
         for (port, pair), near in zip(self.pairs.items(), (self.port, "COM8")):
             self.link(port, pair.far)
             self.link(near, pair.near)
-        emulator = Emulator([os.path.join(TOP, "scripts", "wine"), os.path.join(self.build, "sat-emulator.exe")],
-                            self.environment, ["--json", "--port", "COM12", *options])
-        return emulator, *self.where(emulator.event("ready", 60))
+        def start():
+            emulator = Emulator([os.path.join(TOP, "scripts", "wine"), os.path.join(self.build, "sat-emulator.exe")],
+                                self.environment, ["--json", "--port", "COM12", *options])
+            return emulator, *self.where(emulator.event("ready", 60))
+
+        return once_more(start)
 
     def where(self, ready):
         port = {"COM12": self.port, "COM13": "COM8"}[ready["address"]]
@@ -129,14 +151,7 @@ class Wine:
         library = "Z:" + os.path.join(self.build, "ZANTIR64.dll").replace("/", "\\")
         program = os.path.join(self.build, "zantir-call.exe")
         command = [os.path.join(TOP, "scripts", "wine"), program, library]
-        try:
-            return Client(command, folder, self.environment)
-        except ClientError as error:
-            # A process that is killed in the middle of a request now and then takes Wine's own server along, and with it
-            # the program that starts just then.
-            if "wine client error" not in str(error):
-                raise
-            return Client(command, folder, self.environment)
+        return once_more(lambda: Client(command, folder, self.environment))
 
 
 TARGET = {"linux": Linux, "wine": Wine}[os.environ.get("ZANTIR_TEST_TARGET", "linux")]()
