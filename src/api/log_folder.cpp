@@ -1,19 +1,24 @@
 #include "log_folder.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <chrono>
 #include <cstring>
 #include <iterator>
 
 #include "../vko_utils/text.h"
 #include "api_log.h"
 
+static const char LOG_FOLDER[] = "Log";
 static const char LOG_FILES[] = "Log/*.txt";
 static constexpr int MOST_LOG_FILES = 9;
+
+/** The time of a folder's last change is told in whole seconds: another one within the same does not show. */
+static constexpr int64_t LAST_CHANGE_STEP_S = 1;
 static constexpr size_t FILE_NAME_SIZE = 260;
 static constexpr size_t RESPONSE_SIZE = 20;
 
 plat_handle gl_hLeftOpenSearch = PLAT_INVALID_HANDLE;
+std::atomic<int64_t> gl_iKnownLogFiles{0};
 
 void WideCharToByte(const wchar_t* warray, char* response) {
     if (warray == nullptr) {
@@ -61,7 +66,41 @@ static void RemoveMisreadName() {
     plat_remove_file(strPath);
 }
 
+/** A count and the folder's last change in one number, so that threads never see them apart. */
+static int64_t CountWithChange(int iCount, int64_t iModified) {
+    return static_cast<int64_t>((static_cast<uint64_t>(iModified) << 4U) | static_cast<uint64_t>(iCount));
+}
+
+/** The count that is known of a folder that last changed at `iModified`; 0 when it has to be counted. */
+static int KnownCount(int64_t iModified) {
+    const int64_t iKnown = gl_iKnownLogFiles;
+    const int iCount = static_cast<int>(iKnown & 15);
+    return CountWithChange(iCount, iModified) == iKnown ? iCount : 0;
+}
+
+static int64_t SecondsNow() {
+    using namespace std::chrono;
+    plat_calendar now;
+    plat_utc_now(&now);
+    const sys_days day = year(now.year) / now.month / now.day;
+    return (day.time_since_epoch() + hours(now.hour) + minutes(now.minute) + seconds(now.second)).count();
+}
+
+/** Keeps a count for as long as the folder does not change, where another change is sure to show. */
+static void KeepCount(int iCount, int64_t iModified) {
+    const bool bShows = SecondsNow() - iModified > LAST_CHANGE_STEP_S;
+    // Above nine files there is something to do each time.
+    gl_iKnownLogFiles = bShows && iCount <= MOST_LOG_FILES ? CountWithChange(iCount, iModified) : 0;
+}
+
 int GetFiles() {
+    plat_file_status folder = {};
+    const bool bFolder = plat_file_query(LOG_FOLDER, &folder);
+    // Where no name would be logged, counting again would do nothing but find the same.
+    if (bFolder && !VKO_LogEnabled(VKO_LOG_INF)) {
+        const int iKnown = KnownCount(folder.modified);
+        if (iKnown > 0) return iKnown;
+    }
     char strName[FILE_NAME_SIZE] = {};
     const plat_handle search = plat_find_open(LOG_FILES, strName, sizeof strName);
     if (!plat_handle_valid(search)) {
@@ -77,6 +116,7 @@ int GetFiles() {
         memset(strName, 0, sizeof strName);
     } while (plat_find_next(search, strName, sizeof strName));
     plat_find_close(search);
+    if (bFolder) KeepCount(iCount, folder.modified);
     if (iCount > MOST_LOG_FILES) RemoveMisreadName();
     return iCount;
 }

@@ -24,6 +24,7 @@ std::shared_ptr<Node> AddChild(Node& folder, std::string_view name, uint32_t mod
     node->name = name;
     node->parent = &folder;
     folder.children.emplace(name, node);
+    folder.modified = modified;
     return node;
 }
 
@@ -121,6 +122,7 @@ void Files::Unlink(Node& node) {
     if (parent == nullptr) return;
     node.parent = nullptr;
     parent->children.erase(parent->children.find(node.name));
+    parent->modified = NowSeconds();
 }
 
 // ------------------------------------------------------------------------------------------ the test's hand
@@ -257,6 +259,7 @@ bool Files::Move(const char* from, const char* to) {
     node->name = name;
     node->parent = target.get();
     target->children.emplace(name, node);
+    target->modified = NowSeconds();
     return true;
 }
 

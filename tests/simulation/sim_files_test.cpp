@@ -126,6 +126,23 @@ TEST_F(SimFiles, WritesWaitForTheClose) {
     EXPECT_EQ(files.Size("a"), 4);
 }
 
+TEST_F(SimFiles, AFolderChangesWhenSomethingComesIntoItOrLeavesIt) {
+    files.MakeFolder("from");
+    files.MakeFolder("to");
+    files.SetText("from\\a", "1");
+    const auto changed = [this](const char* folder, auto action) {
+        files.SetModified(folder, 1);
+        action();
+        return files.Modified(folder) != 1;
+    };
+    EXPECT_FALSE(changed("from", [] { Put("from\\a", "w", "2"); }));
+    EXPECT_TRUE(changed("from", [] { Put("from\\b", "w", "2"); }));
+    EXPECT_TRUE(changed("from", [] { plat_create_folder("from\\c"); }));
+    EXPECT_TRUE(changed("from", [] { plat_remove_file("from\\b"); }));
+    EXPECT_TRUE(changed("to", [] { plat_move_file("from\\a", "to\\a"); }));
+    EXPECT_TRUE(changed("from", [] { plat_move_file("to\\a", "from\\a"); }));
+}
+
 TEST_F(SimFiles, ModificationTimeIsTheCalendarInSeconds) {
     world.clock.SetUtc(2026, 11, 20, 13, 4, 5, 999);
     Put("a", "w", "x");

@@ -15,6 +15,7 @@ void LoadFreshLibrary() {
     gl_bProtocolLineFormatted = false;
     gl_tLinkClock = {};
     gl_hLeftOpenSearch = PLAT_INVALID_HANDLE;
+    gl_iKnownLogFiles = 0;
     ResetCommandTimeouts();
     tSatRetCodeTbl[0].iCode = 4000;
     BufferClear(gl_strSatRsp, GL_DEF_MAX_SAT_PKT_SIZE);

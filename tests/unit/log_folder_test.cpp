@@ -79,6 +79,90 @@ TEST_F(LogFolder, ASearchThatWasLeftOpenEndsWithTheNextOne) {
     EXPECT_EQ(World().files.OpenSearches(), 1U);
 }
 
+/** The same where no name is logged, and the folder has been as it is for a while. */
+class SettledLogFolder : public LogFolder {
+  protected:
+    void SetUp() override {
+        LogFolder::SetUp();
+        gl_tLogFlags.iDebug = 0;
+        gl_tLogFlags.iWarning = 1;
+        MakeFiles(9);
+        World().clock.Advance(kStepMs);
+    }
+    /** What GetFiles says, and whether it looked for that. */
+    static std::pair<int, bool> Counted() {
+        const size_t before = World().faults.Count(sim::Call::FindOpen);
+        const int count = GetFiles();
+        return {count, World().faults.Count(sim::Call::FindOpen) > before};
+    }
+    /** Behind it a change of the folder has another time, whatever the file system. */
+    static constexpr int64_t kStepMs = 3000;
+    static constexpr bool kLooked = true;
+};
+
+TEST_F(SettledLogFolder, IsCountedAgainOnlyWhenItHasChanged) {
+    EXPECT_EQ(Counted(), std::pair(9, kLooked));
+    EXPECT_EQ(Counted(), std::pair(9, !kLooked));
+    World().files.Remove("Log\\a.txt");
+    EXPECT_EQ(Counted(), std::pair(8, kLooked));
+    World().clock.Advance(kStepMs);
+    EXPECT_EQ(Counted(), std::pair(8, kLooked));
+    EXPECT_EQ(Counted(), std::pair(8, !kLooked));
+    World().files.SetText("Log\\a.txt", "x");
+    EXPECT_EQ(Counted(), std::pair(9, kLooked));
+    // What only changes the files leaves their number as it is.
+    World().clock.Advance(kStepMs);
+    EXPECT_EQ(Counted(), std::pair(9, kLooked));
+    World().files.SetText("Log\\a.txt", "longer");
+    EXPECT_EQ(Counted(), std::pair(9, !kLooked));
+}
+
+TEST_F(SettledLogFolder, IsCountedEachTimeWhileAnotherChangeMightNotShow) {
+    World().files.SetText("Log\\b.txt", "x");
+    World().files.Remove("Log\\b.txt");
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(Counted(), std::pair(8, kLooked)) << i;
+        World().clock.Advance(1000);
+    }
+    EXPECT_EQ(Counted(), std::pair(8, kLooked));
+    EXPECT_EQ(Counted(), std::pair(8, !kLooked));
+}
+
+TEST_F(SettledLogFolder, IsCountedEachTimeWhereNamesAreLogged) {
+    EXPECT_EQ(Counted(), std::pair(9, kLooked));
+    gl_tLogFlags.iInfoB = 1;
+    // The first time makes the log, and so changes the folder.
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(Counted(), std::pair(9, kLooked)) << i;
+        World().clock.Advance(kStepMs);
+    }
+    gl_tLogFlags.iInfoB = 0;
+    EXPECT_EQ(Counted(), std::pair(9, !kLooked));
+}
+
+TEST_F(SettledLogFolder, IsCountedEachTimeAboveNineFilesAndWithoutAny) {
+    MakeFiles(10);
+    World().clock.Advance(kStepMs);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(Counted(), std::pair(10, kLooked)) << i;
+    for (const std::string& name : World().files.List("Log"))
+        World().files.Remove("Log\\" + name);
+    World().clock.Advance(kStepMs);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(Counted(), std::pair(-1102, kLooked)) << i;
+    EXPECT_EQ(LogOf("GetFiles").size(), 3U);
+}
+
+TEST_F(SettledLogFolder, IsCountedAnewInAnotherFolderOfAnotherTime) {
+    EXPECT_EQ(Counted(), std::pair(9, kLooked));
+    World().files.Remove("Log");
+    EXPECT_EQ(Counted(), std::pair(-1102, kLooked));
+    World().files.SetText("Log\\a.txt", "x");
+    World().files.SetModified("Log", 1);
+    EXPECT_EQ(Counted(), std::pair(1, kLooked));
+    EXPECT_EQ(Counted(), std::pair(1, !kLooked));
+}
+
 TEST_F(LogFolder, EachNameIsConvertedForTheLog) {
     MakeFiles(3);
     World().faults.TraceOn({sim::Call::WideToBytes});
