@@ -67,14 +67,17 @@ static bool Exists(int folder, const std::string& name) {
     return faccessat(folder, name.c_str(), F_OK, 0) == 0;
 }
 
+/** What the kernel says of the hardware behind a port's entry. */
+enum class Hardware { kUnknown, kNone, kThere };
+
 /**
- * Whether a port's entry is one of those that the kernel makes for every built-in port that there might be:
- * where it found none the type is 0. A USB port's entry goes away with the device.
+ * The kernel makes an entry for every built-in port that there might be, and gives those where it found none
+ * the type 0. A USB port has no type: its entry goes away with the device.
  */
-static bool IsEmptyPlace(const std::string& entry) {
+static Hardware BuiltInHardware(const std::string& entry) {
     const Descriptor type(OpenLine(AT_FDCWD, entry + "/type"));
-    if (!type.IsOpen() && errno == ENOENT) return false;
-    return strtol(ReadLine(type).c_str(), nullptr, 10) == 0;
+    if (!type.IsOpen() && errno == ENOENT) return Hardware::kUnknown;
+    return strtol(ReadLine(type).c_str(), nullptr, 10) == 0 ? Hardware::kNone : Hardware::kThere;
 }
 
 /** The product text of the USB device that a port's hardware belongs to; empty when there is none. */
@@ -89,18 +92,24 @@ static std::string UsbProduct(int hardware) {
     return "";
 }
 
-/** Adds the port of an entry when a device stands behind it. */
-static void AddIfPresent(const std::string& entry, uint32_t number, std::vector<Device>* devices) {
+/** Whether a driver has taken the hardware behind an entry; if so, its USB product text where it has one. */
+static bool HasDriver(const std::string& entry, std::string* friendly) {
     // The way to the hardware is long: it is gone once, and everything else asked from there.
     const Descriptor hardware(open((entry + "/device").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!hardware.IsOpen()) return;
-    if (Exists(hardware.number(), "driver") && !IsEmptyPlace(entry)) {
-        Device device = {};
-        snprintf(device.port_name, sizeof device.port_name, "COM%u", number);
-        const bool built_in = number < kPortKinds[1].first;
-        if (!built_in) device.friendly = UsbProduct(hardware.number());
-        devices->push_back(device);
-    }
+    if (!hardware.IsOpen() || !Exists(hardware.number(), "driver")) return false;
+    *friendly = UsbProduct(hardware.number());
+    return true;
+}
+
+/** Adds the port of an entry when a device stands behind it. */
+static void AddIfPresent(const std::string& entry, uint32_t number, std::vector<Device>* devices) {
+    Device device = {};
+    const Hardware built_in = BuiltInHardware(entry);
+    if (built_in == Hardware::kNone) return;
+    // What has a type has its driver already, and no USB device.
+    if (built_in == Hardware::kUnknown && !HasDriver(entry, &device.friendly)) return;
+    snprintf(device.port_name, sizeof device.port_name, "COM%u", number);
+    devices->push_back(device);
 }
 
 /** The index behind a kind's name in an entry's name; the kind's count when the entry is of another kind. */

@@ -45,6 +45,20 @@ TEST_F(Devices, ABuiltInPortWithoutAReadableTypeIsAnEmptyPlace) {
     EXPECT_EQ(PortName(0), "none");
 }
 
+TEST_F(Devices, ABuiltInPortIsKnownByItsTypeOrElseByItsDriver) {
+    AddBuiltIn(0, "4");
+    std::filesystem::remove("devices/platform/serial0/driver");
+    AddBuiltIn(1, "4");
+    std::filesystem::remove("class/ttyS1/type");
+    AddBuiltIn(2, "4");
+    std::filesystem::remove("class/ttyS2/type");
+    std::filesystem::remove("devices/platform/serial2/driver");
+    Open();
+    EXPECT_EQ(PortName(0), "COM1");
+    EXPECT_EQ(PortName(1), "COM2");
+    EXPECT_EQ(PortName(2), "none");
+}
+
 TEST_F(Devices, AnOldErrorDoesNotMakeAnEmptyPlaceADevice) {
     AddBuiltIn(0, "0");
     AddBuiltIn(1, "4");
