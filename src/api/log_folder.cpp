@@ -1,10 +1,10 @@
 #include "log_folder.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <iterator>
 
+#include "../vko_utils/files.h"
 #include "../vko_utils/text.h"
 #include "api_log.h"
 
@@ -12,8 +12,6 @@ static const char LOG_FOLDER[] = "Log";
 static const char LOG_FILES[] = "Log/*.txt";
 static constexpr int MOST_LOG_FILES = 9;
 
-/** The time of a folder's last change is told in whole seconds: another one within the same does not show. */
-static constexpr int64_t LAST_CHANGE_STEP_S = 1;
 static constexpr size_t FILE_NAME_SIZE = 260;
 static constexpr size_t RESPONSE_SIZE = 20;
 
@@ -78,19 +76,11 @@ static int KnownCount(int64_t iModified) {
     return CountWithChange(iCount, iModified) == iKnown ? iCount : 0;
 }
 
-static int64_t SecondsNow() {
-    using namespace std::chrono;
-    plat_calendar now;
-    plat_utc_now(&now);
-    const sys_days day = year(now.year) / now.month / now.day;
-    return (day.time_since_epoch() + hours(now.hour) + minutes(now.minute) + seconds(now.second)).count();
-}
-
 /** Keeps a count for as long as the folder does not change, where another change is sure to show. */
 static void KeepCount(int iCount, int64_t iModified) {
-    const bool bShows = SecondsNow() - iModified > LAST_CHANGE_STEP_S;
     // Above nine files there is something to do each time.
-    gl_iKnownLogFiles = bShows && iCount <= MOST_LOG_FILES ? CountWithChange(iCount, iModified) : 0;
+    const bool bKept = iCount <= MOST_LOG_FILES && VKO_ChangeShows(iModified);
+    gl_iKnownLogFiles = bKept ? CountWithChange(iCount, iModified) : 0;
 }
 
 int GetFiles() {

@@ -1,6 +1,7 @@
 #include "files.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 
@@ -16,6 +17,20 @@ int32_t VKO_GetFileSize(const char* pFileName) {
     plat_file_status status;
     if (!plat_file_query(pFileName, &status)) return -1;
     return static_cast<int32_t>(std::min<int64_t>(status.size, INT32_MAX));
+}
+
+bool VKO_ChangeShows(int64_t iModified) {
+    using namespace std::chrono;
+    // A file system's clock may be some ticks behind.
+    constexpr milliseconds STEP = 1s + 100ms;
+    plat_calendar now;
+    plat_utc_now(&now);
+    const sys_days day = year(now.year) / now.month / now.day;
+    const auto time = day.time_since_epoch() + hours(now.hour) + minutes(now.minute) + seconds(now.second) +
+                      milliseconds(now.millisecond);
+    // Far away is any time that the calendar's years cannot reach.
+    constexpr int64_t FAR = int64_t{1} << 40U;
+    return iModified > -FAR && iModified < FAR && time - seconds(iModified) >= STEP;
 }
 
 int32_t VKO_FileExist(const char* pFileName) {

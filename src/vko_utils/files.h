@@ -12,6 +12,12 @@
  */
 int32_t VKO_GetFileSize(const char* pFileName);
 
+/**
+ * Whether whatever comes into a folder or leaves it from now on shows in the time of its last change, which
+ * was `iModified`, seconds since 1970: not yet where another change might still fall into the same second.
+ */
+bool VKO_ChangeShows(int64_t iModified);
+
 /** The file's size, so an existing empty file gives 0; -1 when there is none or the name is NULL. */
 int32_t VKO_FileExist(const char* pFileName);
 

@@ -62,6 +62,8 @@ static void AppendLongLine(const char* pFileName, const char* pFront, size_t fro
 int VKO_LogWrite(const char* logName, unsigned level, const char* format, ...) {
     if (!VKO_LogEnabled(level)) return 0;
 
+    // Not every file system changes a folder's time for a new file.
+    gl_uiMissingLog = 0;
     plat_calendar now;
     plat_utc_now(&now);
     char strFileName[VKO_LOG_NAME_SIZE];

@@ -3,6 +3,7 @@
  */
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "../platform/platform.h"
@@ -109,6 +110,10 @@ inline uint32_t LogHandle(const void* pointer) {
  * @return the new level mask (0, 1, 3, 7, 15, 31), or the negative INI error when "LogMode" could not be read
  */
 int VKO_SetIniFileLogMode(const char* logName, const char* iniFileName);
+
+/** The log that TraleFileLogSzCtl found missing and need not look for; 0 when it has to look, as behind each
+ * line. */
+extern std::atomic<uint64_t> gl_uiMissingLog;
 
 /** Moves a diagnostic log above its size limit aside. Returns the last file size measured, -1 when there is
  * none. */

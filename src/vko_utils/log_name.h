@@ -12,6 +12,12 @@ constexpr size_t VKO_LOG_NAME_SIZE = 2048;
  * directory. */
 enum eLogNameRule { LOG_NAME_ABSOLUTE_FOLDERS, LOG_NAME_RELATIVE_FOLDERS };
 
-/** Builds the name of the log of that UTC day: folder of the settings, date, base name. */
-void VKO_LogFileName(char (&strFileName)[VKO_LOG_NAME_SIZE], const plat_calendar& utc, const char* baseName,
-                     eLogNameRule rule);
+/** In place of a folder's last change: there is no such folder, and the log lies in the current directory. */
+constexpr int64_t LOG_NAME_NO_FOLDER = INT64_MIN;
+
+/**
+ * Builds the name of the log of that UTC day: folder of the settings, date, base name. Returns when the
+ * folder last changed, seconds since 1970.
+ */
+int64_t VKO_LogFileName(char (&strFileName)[VKO_LOG_NAME_SIZE], const plat_calendar& utc,
+                        const char* baseName, eLogNameRule rule);

@@ -1,7 +1,33 @@
+#include <atomic>
+
 #include "files.h"
 #include "log.h"
 #include "log_name.h"
 #include "text.h"
+
+std::atomic<uint64_t> gl_uiMissingLog{0};
+
+/** One number for a log's name and its folder's last change, so that threads never see them apart. */
+static uint64_t NameWithChange(const char* pName, int64_t iModified) {
+    // FNV-1a, 64 bits.
+    uint64_t hash = 0xCBF29CE484222325U ^ static_cast<uint64_t>(iModified);
+    for (; *pName != '\0'; ++pName)
+        hash = (hash ^ static_cast<unsigned char>(*pName)) * 0x100000001B3U;
+    return hash;
+}
+
+/**
+ * The size of the log, -1 when there is none. One that was missing still is while its folder has not changed:
+ * on a day without errors that is the usual case, and to look for what is not there is slow where names have
+ * no fixed case.
+ */
+static int MeasureLog(const char* pName, int64_t iFolderModified) {
+    const uint64_t uiLog = NameWithChange(pName, iFolderModified);
+    if (uiLog == gl_uiMissingLog) return -1;
+    const int iSize = VKO_GetFileSize(pName);
+    if (iSize < 0 && VKO_ChangeShows(iFolderModified)) gl_uiMissingLog = uiLog;
+    return iSize;
+}
 
 int TraleFileLogSzCtl() {
     plat_calendar now;
@@ -9,9 +35,10 @@ int TraleFileLogSzCtl() {
     char strTraceFileName[VKO_LOG_NAME_SIZE];
     // Unlike the writer, the size control looks below the current directory even when the folder carries a
     // drive, so a log in such a folder is never moved: on purpose.
-    VKO_LogFileName(strTraceFileName, now, gl_tLogSettings.strLogFileName, LOG_NAME_RELATIVE_FOLDERS);
+    const int64_t iFolderModified =
+        VKO_LogFileName(strTraceFileName, now, gl_tLogSettings.strLogFileName, LOG_NAME_RELATIVE_FOLDERS);
 
-    int iFileSize = VKO_GetFileSize(strTraceFileName);
+    int iFileSize = MeasureLog(strTraceFileName, iFolderModified);
     if (iFileSize <= gl_tLogSettings.iLogFileMaxSize) return iFileSize;
 
     char strTmpBkpLogFileName[VKO_LOG_NAME_SIZE + 32];

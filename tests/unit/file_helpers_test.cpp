@@ -21,6 +21,22 @@ class FileHelpers : public LoggedLibrary {
     }
 };
 
+TEST_F(FileHelpers, AChangeShowsBehindTheSecondOfTheLastOneAndSomeTicks) {
+    World().clock.SetUtc(2026, 11, 20, 15, 4, 5, 99);
+    constexpr int64_t kNow = 1'795'187'045;
+    EXPECT_FALSE(VKO_ChangeShows(kNow - 1));
+    EXPECT_TRUE(VKO_ChangeShows(kNow - 2));
+    World().clock.Advance(1);
+    EXPECT_TRUE(VKO_ChangeShows(kNow - 1));
+    EXPECT_FALSE(VKO_ChangeShows(kNow));
+    // Of another clock.
+    EXPECT_FALSE(VKO_ChangeShows(kNow + 3600));
+    EXPECT_TRUE(VKO_ChangeShows(0));
+    EXPECT_TRUE(VKO_ChangeShows(-1));
+    EXPECT_FALSE(VKO_ChangeShows(INT64_MAX));
+    EXPECT_FALSE(VKO_ChangeShows(INT64_MIN));
+}
+
 TEST_F(FileHelpers, TheSizeOfAFile) {
     EXPECT_EQ(VKO_GetFileSize("file"), 5);
     EXPECT_EQ(VKO_GetFileSize("empty"), 0);

@@ -16,6 +16,7 @@ void LoadFreshLibrary() {
     gl_tLinkClock = {};
     gl_hLeftOpenSearch = PLAT_INVALID_HANDLE;
     gl_iKnownLogFiles = 0;
+    gl_uiMissingLog = 0;
     ResetCommandTimeouts();
     tSatRetCodeTbl[0].iCode = 4000;
     BufferClear(gl_strSatRsp, GL_DEF_MAX_SAT_PKT_SIZE);

@@ -30,6 +30,67 @@ TEST_F(LogSize, AMissingLogMeasuresMinusOne) {
     EXPECT_EQ(TakeLog(), "");
 }
 
+/** A log that is missing from a folder that has not changed for a while. */
+class MissingLog : public LogSize {
+  protected:
+    void SetUp() override {
+        LogSize::SetUp();
+        gl_tLogSettings.iLogFileMaxSize = 100;
+        World().clock.Advance(kStepMs);
+        EXPECT_EQ(Measured(), std::pair(-1, kLooked));
+    }
+    /** What the size control measures, and whether it looked at more than the folder for that. */
+    static std::pair<int, bool> Measured() {
+        const size_t before = World().faults.Count(sim::Call::FileQuery);
+        const int size = TraleFileLogSzCtl();
+        return {size, World().faults.Count(sim::Call::FileQuery) > before + 1};
+    }
+    /** Behind it a change of the folder has another time. */
+    static constexpr int64_t kStepMs = 2000;
+    static constexpr bool kLooked = true;
+};
+
+TEST_F(MissingLog, IsLookedForAgainOnlyWhenItsFolderHasChanged) {
+    EXPECT_EQ(Measured(), std::pair(-1, !kLooked));
+    World().clock.Advance(60000);
+    EXPECT_EQ(Measured(), std::pair(-1, !kLooked));
+    GrowLog(7);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(Measured(), std::pair(7, kLooked)) << i;
+    World().files.Remove(kLog);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(Measured(), std::pair(-1, kLooked)) << i;
+    World().clock.Advance(kStepMs);
+    EXPECT_EQ(Measured(), std::pair(-1, kLooked));
+    EXPECT_EQ(Measured(), std::pair(-1, !kLooked));
+}
+
+TEST_F(MissingLog, IsLookedForBehindEachLineWhateverTheFoldersTime) {
+    const int64_t changed = World().files.Modified("Log");
+    UTIL_LOG(VKO_LOG_ERR, "a line of its own%s\n", "");
+    World().files.SetModified("Log", changed);
+    const auto [size, looked] = Measured();
+    EXPECT_GT(size, 0);
+    EXPECT_TRUE(looked);
+}
+
+TEST_F(MissingLog, IsLookedForUnderEachName) {
+    World().files.SetText("Log\\20261121_SAT_api.log", "12");
+    World().clock.Advance(kStepMs);
+    EXPECT_EQ(Measured(), std::pair(-1, kLooked));
+    World().clock.SetUtc(2026, 11, 21, 0, 0, 0, 0);
+    EXPECT_EQ(Measured(), std::pair(2, kLooked));
+}
+
+TEST_F(MissingLog, IsLookedForEachTimeInTheCurrentFolder) {
+    World().files.Remove("Log");
+    for (int i = 0; i < 3; ++i) {
+        // The folder is asked for too, in vain.
+        EXPECT_EQ(Measured(), std::pair(-1, kLooked)) << i;
+        World().clock.Advance(kStepMs);
+    }
+}
+
 TEST_F(LogSize, AnOversizedLogIsReportedAndMoved) {
     GrowLog(101);
     EXPECT_EQ(TraleFileLogSzCtl(), -1);
