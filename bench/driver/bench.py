@@ -8,6 +8,7 @@ import time
 
 import figures
 import measures
+import quiet
 import rows
 from programs import TOP, ProgramError
 
@@ -47,14 +48,18 @@ def measured(chosen, pairs):
 def main():
     asked = arguments()
     start = time.time()
+    wake_up_us = [quiet.wake_up_us()]
     result = measured(asked.rows, asked.pairs)
+    wake_up_us.append(quiet.wake_up_us())
     about = {"commit": measures.commit(), "when": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(start)),
              "seconds": round(time.time() - start, 1), "pairs": asked.pairs, "processors": os.cpu_count(),
-             "system": platform.platform(), "load_behind": os.getloadavg()[0]}
+             "system": platform.platform(), "load_behind": os.getloadavg()[0], "wake_up_us": wake_up_us}
     os.makedirs(os.path.dirname(os.path.abspath(asked.json)), exist_ok=True)
     with open(asked.json, "w", encoding="utf-8") as file:
         file.write(figures.as_json(result, about))
     print("\n".join(figures.table(result)))
+    if None not in wake_up_us:
+        print("a wake-up across processors took {} us before and {} us behind".format(*wake_up_us))
     missed = [figure.row for figure in result if figure.met is False]
     print(f"{len(result)} rows, " + (f"missed: {', '.join(missed)}" if missed else "every goal met"))
     return 1 if missed else 0

@@ -8,6 +8,7 @@ import unittest
 from unittest import mock
 
 import bench
+import quiet
 import rows
 from figures import Goal, all_met, as_json, extremes, judge, median, quantile, table
 
@@ -113,7 +114,9 @@ class ExitStatus(unittest.TestCase):
                 mock.patch("sys.argv", ["bench", "--pairs", "4", "--json", os.path.join(folder, "out.json")]):
             status = bench.main()
             with open(os.path.join(folder, "out.json"), encoding="utf-8") as file:
-                self.assertEqual(json.load(file)["rows"][0]["pairs"], 4)
+                self.about = json.load(file)
+            self.assertEqual(self.about["rows"][0]["pairs"], 4)
+            self.lines = output.getvalue().splitlines()
         return status, output.getvalue().splitlines()[-1]
 
     def test_every_goal_met_is_success(self):
@@ -121,6 +124,24 @@ class ExitStatus(unittest.TestCase):
 
     def test_a_missed_goal_is_failure_and_is_named(self):
         self.assertEqual(self.run_with(4), (1, "1 rows, missed: made-up"))
+
+    def test_how_quiet_the_machine_is_is_told_before_and_behind(self):
+        with mock.patch("quiet.wake_up_us", side_effect=[12.5, 80.1]):
+            self.run_with(3)
+        self.assertIn("a wake-up across processors took 12.5 us before and 80.1 us behind", self.lines)
+        self.assertEqual([12.5, 80.1], self.about["wake_up_us"])
+
+    def test_one_processor_wakes_no_other(self):
+        with mock.patch("os.sched_getaffinity", return_value={0}):
+            self.run_with(3)
+        self.assertEqual([None, None], self.about["wake_up_us"])
+        self.assertFalse([line for line in self.lines if "wake-up" in line])
+
+    @unittest.skipIf(len(os.sched_getaffinity(0)) < 2, "there is one processor")
+    def test_a_wake_up_takes_a_time_and_leaves_the_process_where_it_may_run(self):
+        before = os.sched_getaffinity(0), len(os.listdir("/proc/self/fd"))
+        self.assertTrue(0 < quiet.wake_up_us() < 1e6)
+        self.assertEqual(before, (os.sched_getaffinity(0), len(os.listdir("/proc/self/fd"))))
 
 
 class Choosing(unittest.TestCase):
