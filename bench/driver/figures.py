@@ -68,7 +68,7 @@ class Goal:
 @dataclasses.dataclass(frozen=True)
 class Figure:
     """A judged row. `compared` is the median over the pairs of what the goal compares; `low` and `high` are its
-    quartiles."""
+    quartiles. `stolen` is the share of the machine's time that its host took meanwhile."""
     row: str
     what: str
     limit_is: str
@@ -80,6 +80,7 @@ class Figure:
     low: float
     high: float
     goal: Goal
+    stolen: float = 0.0
 
     @property
     def ratio(self):
@@ -110,7 +111,7 @@ def extremes(rounds):
     return [(values[largest], values[smallest]) for values in rounds]
 
 
-HEADINGS = ("row", "what", "measured", "limit", "ratio", "quartiles", "goal", "met")
+HEADINGS = ("row", "what", "measured", "limit", "ratio", "quartiles", "goal", "met", "stolen")
 
 
 def cells(figure):
@@ -118,7 +119,8 @@ def cells(figure):
     spread = f"{goal.compared_text(figure.low)} .. {goal.compared_text(figure.high)}"
     met = {True: "yes", False: "NO", None: "-"}[figure.met]
     return (figure.row, figure.what, f"{figure.measured:.4g} {figure.unit}", f"{figure.limit:.4g} {figure.unit}",
-            f"{figure.ratio:.3f}", spread, goal.text(figure.unit), met)
+            f"{figure.ratio:.3f}", spread, goal.text(figure.unit), met,
+            f"{figure.stolen:.1%}")
 
 
 def table(figures):

@@ -90,11 +90,11 @@ class Output(unittest.TestCase):
 
     def test_the_table_has_a_line_for_each_row_under_its_headings(self):
         lines = [" ".join(line.split()) for line in table(self.figures)]
-        self.assertEqual(lines[0], "row what measured limit ratio quartiles goal met")
-        self.assertEqual(lines[2:], ["first what 10.4 ms 10 ms 1.040 1.030 .. 1.050 <= 1.03 NO",
-                                     "second what 8 ms 6 ms 1.333 +2.000 .. +2.000 <= +4 ms yes",
-                                     "third what 100 ms 99.5 ms 1.005 99.50% .. 99.50% >= 98.0% yes",
-                                     "fourth what 3 ms 2 ms 1.500 1.500 .. 1.500 (told) -"])
+        self.assertEqual(lines[0], "row what measured limit ratio quartiles goal met stolen")
+        self.assertEqual(lines[2:], ["first what 10.4 ms 10 ms 1.040 1.030 .. 1.050 <= 1.03 NO 0.0%",
+                                     "second what 8 ms 6 ms 1.333 +2.000 .. +2.000 <= +4 ms yes 0.0%",
+                                     "third what 100 ms 99.5 ms 1.005 99.50% .. 99.50% >= 98.0% yes 0.0%",
+                                     "fourth what 3 ms 2 ms 1.500 1.500 .. 1.500 (told) - 0.0%"])
 
     def test_the_json_says_the_same(self):
         read = json.loads(as_json(self.figures, {"pairs": 3}))
@@ -125,23 +125,24 @@ class ExitStatus(unittest.TestCase):
     def test_a_missed_goal_is_failure_and_is_named(self):
         self.assertEqual(self.run_with(4), (1, "1 rows, missed: made-up"))
 
-    def test_how_quiet_the_machine_is_is_told_before_and_behind(self):
-        with mock.patch("quiet.wake_up_us", side_effect=[12.5, 80.1]):
+    def test_each_row_says_what_the_host_took_meanwhile(self):
+        with mock.patch("quiet.processor_times", side_effect=[(1000, 10), (1200, 15)]):
             self.run_with(3)
-        self.assertIn("a wake-up across processors took 12.5 us before and 80.1 us behind", self.lines)
-        self.assertEqual([12.5, 80.1], self.about["wake_up_us"])
+        self.assertEqual(0.025, self.about["rows"][0]["stolen"])
+        self.assertTrue([line for line in self.lines if line.endswith("  2.5%")])
 
-    def test_one_processor_wakes_no_other(self):
-        with mock.patch("os.sched_getaffinity", return_value={0}):
-            self.run_with(3)
-        self.assertEqual([None, None], self.about["wake_up_us"])
-        self.assertFalse([line for line in self.lines if "wake-up" in line])
 
-    @unittest.skipIf(len(os.sched_getaffinity(0)) < 2, "there is one processor")
-    def test_a_wake_up_takes_a_time_and_leaves_the_process_where_it_may_run(self):
-        before = os.sched_getaffinity(0), len(os.listdir("/proc/self/fd"))
-        self.assertTrue(0 < quiet.wake_up_us() < 1e6)
-        self.assertEqual(before, (os.sched_getaffinity(0), len(os.listdir("/proc/self/fd"))))
+class Quiet(unittest.TestCase):
+    def test_times_are_the_sum_of_the_first_line_and_what_was_stolen(self):
+        with mock.patch("builtins.open", mock.mock_open(read_data="cpu  1 2 3 4 5 6 7 8 9 10\ncpu0 1\n")):
+            self.assertEqual((36, 8), quiet.processor_times())
+
+    def test_no_time_between_is_nothing_stolen(self):
+        self.assertEqual(0, quiet.stolen((36, 8), (36, 8)))
+
+    def test_this_machine_has_times(self):
+        time, stolen = quiet.processor_times()
+        self.assertGreater(time, stolen)
 
 
 class Choosing(unittest.TestCase):
