@@ -76,17 +76,12 @@ static int KnownCount(int64_t iModified) {
     return CountWithChange(iCount, iModified) == iKnown ? iCount : 0;
 }
 
-/** Keeps a count for as long as the folder does not change, where another change is sure to show. */
-static void KeepCount(int iCount, int64_t iModified) {
-    // Above nine files there is something to do each time.
-    const bool bKept = iCount <= MOST_LOG_FILES && VKO_ChangeShows(iModified);
-    gl_iKnownLogFiles = bKept ? CountWithChange(iCount, iModified) : 0;
-}
-
 int GetFiles() {
     plat_file_status folder = {};
     const bool bFolder = plat_file_query(LOG_FOLDER, &folder);
-    // Where no name would be logged, counting again would do nothing but find the same.
+    // Asked before the search, so that whatever changes while it goes on shows too.
+    const bool bShows = bFolder && VKO_ChangeShows(folder.modified);
+    // Where no name would be logged, nothing is left to do but to find the same count.
     if (bFolder && !VKO_LogEnabled(VKO_LOG_INF)) {
         const int iKnown = KnownCount(folder.modified);
         if (iKnown > 0) return iKnown;
@@ -106,7 +101,9 @@ int GetFiles() {
         memset(strName, 0, sizeof strName);
     } while (plat_find_next(search, strName, sizeof strName));
     plat_find_close(search);
-    if (bFolder) KeepCount(iCount, folder.modified);
+    // Above nine files there is something to do each time.
+    const bool bKept = bShows && iCount <= MOST_LOG_FILES;
+    gl_iKnownLogFiles = bKept ? CountWithChange(iCount, folder.modified) : 0;
     if (iCount > MOST_LOG_FILES) RemoveMisreadName();
     return iCount;
 }

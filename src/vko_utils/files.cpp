@@ -21,8 +21,8 @@ int32_t VKO_GetFileSize(const char* pFileName) {
 
 bool VKO_ChangeShows(int64_t iModified) {
     using namespace std::chrono;
-    // A file system's clock may be some ticks behind.
-    constexpr milliseconds STEP = 1s + 100ms;
+    // Some file systems count in pairs of seconds, and their clock may be some ticks behind.
+    constexpr milliseconds STEP = 2s + 100ms;
     plat_calendar now;
     plat_utc_now(&now);
     const sys_days day = year(now.year) / now.month / now.day;

@@ -14,7 +14,8 @@ int32_t VKO_GetFileSize(const char* pFileName);
 
 /**
  * Whether whatever comes into a folder or leaves it from now on shows in the time of its last change, which
- * was `iModified`, seconds since 1970: not yet where another change might still fall into the same second.
+ * was `iModified`, seconds since 1970: not yet where another change might still get the same time. File
+ * systems that never change a folder's time for what is in it are not told apart.
  */
 bool VKO_ChangeShows(int64_t iModified);
 

@@ -62,8 +62,6 @@ static void AppendLongLine(const char* pFileName, const char* pFront, size_t fro
 int VKO_LogWrite(const char* logName, unsigned level, const char* format, ...) {
     if (!VKO_LogEnabled(level)) return 0;
 
-    // Not every file system changes a folder's time for a new file.
-    gl_uiMissingLog = 0;
     plat_calendar now;
     plat_utc_now(&now);
     char strFileName[VKO_LOG_NAME_SIZE];
@@ -88,6 +86,8 @@ int VKO_LogWrite(const char* logName, unsigned level, const char* format, ...) {
         AppendLongLine(strFileName, strLine, frontSize, format, values);
         va_end(values);
     }
+    // There is a log now, and not every file system changes a folder's time for a new file.
+    gl_uiMissingLog = 0;
     if (ConsoleEnabled(level)) {
         va_start(values, format);
         VKO_PrintValues(format, values);

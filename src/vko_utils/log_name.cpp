@@ -26,5 +26,7 @@ int64_t VKO_LogFileName(char (&strFileName)[VKO_LOG_NAME_SIZE], const plat_calen
     const bool asItStands = rule == LOG_NAME_ABSOLUTE_FOLDERS && FolderAbsolute(folder);
     VKO_FormatText(strFileName, sizeof strFileName, "%s%s\\%04d%02d%02d_%s", asItStands ? "" : ".\\", folder,
                    utc.year, utc.month, utc.day, baseName);
-    return status.modified;
+    // Below the current directory there is another folder of that name.
+    const bool otherFolder = !asItStands && (FolderAbsolute(folder) || folder[0] == '\\');
+    return otherFolder ? LOG_NAME_NO_FOLDER : status.modified;
 }

@@ -12,7 +12,7 @@ constexpr size_t VKO_LOG_NAME_SIZE = 2048;
  * directory. */
 enum eLogNameRule { LOG_NAME_ABSOLUTE_FOLDERS, LOG_NAME_RELATIVE_FOLDERS };
 
-/** In place of a folder's last change: there is no such folder, and the log lies in the current directory. */
+/** In place of a folder's last change: the log lies elsewhere, such as in the current directory. */
 constexpr int64_t LOG_NAME_NO_FOLDER = INT64_MIN;
 
 /**

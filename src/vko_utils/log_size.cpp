@@ -1,4 +1,5 @@
 #include <atomic>
+#include <cstring>
 
 #include "files.h"
 #include "log.h"
@@ -17,15 +18,17 @@ static uint64_t NameWithChange(const char* pName, int64_t iModified) {
 }
 
 /**
- * The size of the log, -1 when there is none. One that was missing still is while its folder has not changed:
- * on a day without errors that is the usual case, and to look for what is not there is slow where names have
- * no fixed case.
+ * The size of the log, -1 when it cannot be told. One that could not be measured is not tried again while its
+ * folder has not changed: on a day without errors there is none, and to look for what is not there is slow
+ * where names have no fixed case.
  */
 static int MeasureLog(const char* pName, int64_t iFolderModified) {
     const uint64_t uiLog = NameWithChange(pName, iFolderModified);
     if (uiLog == gl_uiMissingLog) return -1;
+    // Asked before the measurement, so that a log which comes meanwhile shows too.
+    const bool bShows = VKO_ChangeShows(iFolderModified);
     const int iSize = VKO_GetFileSize(pName);
-    if (iSize < 0 && VKO_ChangeShows(iFolderModified)) gl_uiMissingLog = uiLog;
+    if (iSize < 0 && bShows) gl_uiMissingLog = uiLog;
     return iSize;
 }
 
@@ -35,8 +38,10 @@ int TraleFileLogSzCtl() {
     char strTraceFileName[VKO_LOG_NAME_SIZE];
     // Unlike the writer, the size control looks below the current directory even when the folder carries a
     // drive, so a log in such a folder is never moved: on purpose.
-    const int64_t iFolderModified =
-        VKO_LogFileName(strTraceFileName, now, gl_tLogSettings.strLogFileName, LOG_NAME_RELATIVE_FOLDERS);
+    const char* pBaseName = gl_tLogSettings.strLogFileName;
+    int64_t iFolderModified = VKO_LogFileName(strTraceFileName, now, pBaseName, LOG_NAME_RELATIVE_FOLDERS);
+    // A base name may lead further down.
+    if (strpbrk(pBaseName, "/\\") != nullptr) iFolderModified = LOG_NAME_NO_FOLDER;
 
     int iFileSize = MeasureLog(strTraceFileName, iFolderModified);
     if (iFileSize <= gl_tLogSettings.iLogFileMaxSize) return iFileSize;

@@ -21,13 +21,13 @@ class FileHelpers : public LoggedLibrary {
     }
 };
 
-TEST_F(FileHelpers, AChangeShowsBehindTheSecondOfTheLastOneAndSomeTicks) {
+TEST_F(FileHelpers, AChangeShowsTwoSecondsAndSomeTicksBehindTheLastOne) {
     World().clock.SetUtc(2026, 11, 20, 15, 4, 5, 99);
     constexpr int64_t kNow = 1'795'187'045;
-    EXPECT_FALSE(VKO_ChangeShows(kNow - 1));
-    EXPECT_TRUE(VKO_ChangeShows(kNow - 2));
+    EXPECT_FALSE(VKO_ChangeShows(kNow - 2));
+    EXPECT_TRUE(VKO_ChangeShows(kNow - 3));
     World().clock.Advance(1);
-    EXPECT_TRUE(VKO_ChangeShows(kNow - 1));
+    EXPECT_TRUE(VKO_ChangeShows(kNow - 2));
     EXPECT_FALSE(VKO_ChangeShows(kNow));
     // Of another clock.
     EXPECT_FALSE(VKO_ChangeShows(kNow + 3600));

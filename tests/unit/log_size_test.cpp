@@ -46,7 +46,7 @@ class MissingLog : public LogSize {
         return {size, World().faults.Count(sim::Call::FileQuery) > before + 1};
     }
     /** Behind it a change of the folder has another time. */
-    static constexpr int64_t kStepMs = 2000;
+    static constexpr int64_t kStepMs = 3000;
     static constexpr bool kLooked = true;
 };
 
@@ -80,6 +80,21 @@ TEST_F(MissingLog, IsLookedForUnderEachName) {
     EXPECT_EQ(Measured(), std::pair(-1, kLooked));
     World().clock.SetUtc(2026, 11, 21, 0, 0, 0, 0);
     EXPECT_EQ(Measured(), std::pair(2, kLooked));
+}
+
+TEST_F(MissingLog, IsLookedForEachTimeWhereItsFolderIsAnother) {
+    // The size control looks below the current folder all the same.
+    for (const char* folder : {"C:\\logs", "\\logs"}) {
+        World().files.MakeFolder(folder);
+        World().clock.Advance(kStepMs);
+        VKO_CopyText(gl_tLogSettings.strLogFilePath, sizeof gl_tLogSettings.strLogFilePath, folder);
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(Measured(), std::pair(-1, kLooked)) << folder;
+    }
+    VKO_CopyText(gl_tLogSettings.strLogFilePath, sizeof gl_tLogSettings.strLogFilePath, "Log");
+    VKO_CopyText(gl_tLogSettings.strLogFileName, sizeof gl_tLogSettings.strLogFileName, "sub\\a.log");
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(Measured(), std::pair(-1, kLooked)) << i;
 }
 
 TEST_F(MissingLog, IsLookedForEachTimeInTheCurrentFolder) {
