@@ -48,15 +48,45 @@ static bool ConsoleEnabled(unsigned level) {
 /** A line that is longer goes to its file in pieces: it is made on the caller's stack, which may be small. */
 static constexpr size_t USUAL_LINE_SIZE = 4096;
 
-static void AppendLongLine(const char* pFileName, const char* pFront, size_t frontSize, const char* format,
-                           va_list values) PLAT_PRINTF_CHECK(4, 0);
-static void AppendLongLine(const char* pFileName, const char* pFront, size_t frontSize, const char* format,
-                           va_list values) {
+/** A line as it goes to its file. */
+struct tLine {
+    char strText[USUAL_LINE_SIZE];
+    size_t frontSize;  ///< what stands in front of the caller's text
+    size_t size;       ///< the whole line; 0 when there is no room for it in `strText`
+};
+
+static void MakeLine(tLine* pLine, const plat_calendar& now, unsigned level, const char* format,
+                     va_list values) PLAT_PRINTF_CHECK(4, 0);
+static void MakeLine(tLine* pLine, const plat_calendar& now, unsigned level, const char* format,
+                     va_list values) {
+    // Brasilia's hour, three behind UTC. The date is left alone and the hours 0 to 3 become 21 to 24: on
+    // purpose.
+    const int hour = now.hour - 3 > 0 ? now.hour - 3 : now.hour + 21;
+    const int iFront = snprintf(pLine->strText, sizeof pLine->strText, "[%02d:%02d:%02d.%03d]%s ", hour,
+                                now.minute, now.second, now.millisecond, LevelTag(level));
+    pLine->frontSize = static_cast<size_t>(iFront);
+    const size_t room = sizeof pLine->strText - pLine->frontSize;
+    va_list copy;
+    va_copy(copy, values);
+    const int iText = vsnprintf(pLine->strText + pLine->frontSize, room, format, copy);
+    va_end(copy);
+    const bool bFits = iText >= 0 && static_cast<size_t>(iText) < room;
+    pLine->size = bFits ? pLine->frontSize + static_cast<size_t>(iText) : 0;
+}
+
+static bool AppendLine(const char* pFileName, const tLine& line, const char* format, va_list values)
+    PLAT_PRINTF_CHECK(3, 0);
+static bool AppendLine(const char* pFileName, const tLine& line, const char* format, va_list values) {
+    if (line.size > 0) return plat_append_text(pFileName, line.strText, line.size);
     plat_file* file = plat_file_open(pFileName, "a");
-    if (file == nullptr) return;
-    plat_file_write(file, pFront, frontSize);
-    plat_file_vprintf(file, format, values);
+    if (file == nullptr) return false;
+    plat_file_write(file, line.strText, line.frontSize);
+    va_list copy;
+    va_copy(copy, values);
+    plat_file_vprintf(file, format, copy);
+    va_end(copy);
     plat_file_close(file);
+    return true;
 }
 
 int VKO_LogWrite(const char* logName, unsigned level, const char* format, ...) {
@@ -64,35 +94,24 @@ int VKO_LogWrite(const char* logName, unsigned level, const char* format, ...) {
 
     plat_calendar now;
     plat_utc_now(&now);
-    char strFileName[VKO_LOG_NAME_SIZE];
-    VKO_LogFileName(strFileName, now, logName, LOG_NAME_ABSOLUTE_FOLDERS);
-
-    // Brasilia's hour, three behind UTC. The date is left alone and the hours 0 to 3 become 21 to 24: on
-    // purpose.
-    const int hour = now.hour - 3 > 0 ? now.hour - 3 : now.hour + 21;
-    char strLine[USUAL_LINE_SIZE];
-    const int iFront = snprintf(strLine, sizeof strLine, "[%02d:%02d:%02d.%03d]%s ", hour, now.minute,
-                                now.second, now.millisecond, LevelTag(level));
-    const size_t frontSize = static_cast<size_t>(iFront);
-    const size_t room = sizeof strLine - frontSize;
     va_list values;
     va_start(values, format);
-    const int iText = vsnprintf(strLine + frontSize, room, format, values);
-    va_end(values);
-    if (iText >= 0 && static_cast<size_t>(iText) < room) {
-        plat_append_text(strFileName, strLine, frontSize + static_cast<size_t>(iText));
-    } else {
-        va_start(values, format);
-        AppendLongLine(strFileName, strLine, frontSize, format, values);
-        va_end(values);
+    tLine line;
+    MakeLine(&line, now, level, format, values);
+
+    // Where the folder was there before, the opening tells whether it still is: to look for it in front of
+    // each line takes a tenth of the line's time. When it is gone the line goes elsewhere; what went wrong
+    // in the folder is not tried again.
+    char strFileName[VKO_LOG_NAME_SIZE];
+    const bool bKnown = VKO_KnownLogFileName(strFileName, now, logName);
+    if (!bKnown || !AppendLine(strFileName, line, format, values)) {
+        const int64_t iModified = VKO_LogFileName(strFileName, now, logName, LOG_NAME_ABSOLUTE_FOLDERS);
+        if (!bKnown || iModified == LOG_NAME_NO_FOLDER) AppendLine(strFileName, line, format, values);
     }
     // There is a log now, and not every file system changes a folder's time for a new file.
     gl_uiMissingLog = 0;
-    if (ConsoleEnabled(level)) {
-        va_start(values, format);
-        VKO_PrintValues(format, values);
-        va_end(values);
-    }
+    if (ConsoleEnabled(level)) VKO_PrintValues(format, values);
+    va_end(values);
     return 0;
 }
 

@@ -21,3 +21,13 @@ constexpr int64_t LOG_NAME_NO_FOLDER = INT64_MIN;
  */
 int64_t VKO_LogFileName(char (&strFileName)[VKO_LOG_NAME_SIZE], const plat_calendar& utc,
                         const char* baseName, eLogNameRule rule);
+
+/**
+ * Builds the same name for the writer without looking for the folder, where that was there when it was last
+ * looked for. Whether it still is, the opening tells; the size control looks once a call.
+ */
+bool VKO_KnownLogFileName(char (&strFileName)[VKO_LOG_NAME_SIZE], const plat_calendar& utc,
+                          const char* baseName);
+
+/** One number for a name and what goes with it, so that threads never see the two apart. */
+uint64_t VKO_NumberOfName(const char* name, int64_t companion);

@@ -8,22 +8,13 @@
 
 std::atomic<uint64_t> gl_uiMissingLog{0};
 
-/** One number for a log's name and its folder's last change, so that threads never see them apart. */
-static uint64_t NameWithChange(const char* pName, int64_t iModified) {
-    // FNV-1a, 64 bits.
-    uint64_t hash = 0xCBF29CE484222325U ^ static_cast<uint64_t>(iModified);
-    for (; *pName != '\0'; ++pName)
-        hash = (hash ^ static_cast<unsigned char>(*pName)) * 0x100000001B3U;
-    return hash;
-}
-
 /**
  * The size of the log, -1 when it cannot be told. One that could not be measured is not tried again while its
  * folder has not changed: on a day without errors there is none, and to look for what is not there is slow
  * where names have no fixed case.
  */
 static int MeasureLog(const char* pName, int64_t iFolderModified) {
-    const uint64_t uiLog = NameWithChange(pName, iFolderModified);
+    const uint64_t uiLog = VKO_NumberOfName(pName, iFolderModified);
     if (uiLog == gl_uiMissingLog) return -1;
     // Asked before the measurement, so that a log which comes meanwhile shows too.
     const bool bShows = VKO_ChangeShows(iFolderModified);
@@ -39,10 +30,8 @@ int TraleFileLogSzCtl() {
     // Unlike the writer, the size control looks below the current directory even when the folder carries a
     // drive, so a log in such a folder is never moved: on purpose.
     const char* pBaseName = gl_tLogSettings.strLogFileName;
-    int64_t iFolderModified = VKO_LogFileName(strTraceFileName, now, pBaseName, LOG_NAME_RELATIVE_FOLDERS);
-    // A base name may lead further down.
-    if (strpbrk(pBaseName, "/\\") != nullptr) iFolderModified = LOG_NAME_NO_FOLDER;
-
+    const int64_t iFolderModified =
+        VKO_LogFileName(strTraceFileName, now, pBaseName, LOG_NAME_RELATIVE_FOLDERS);
     int iFileSize = MeasureLog(strTraceFileName, iFolderModified);
     if (iFileSize <= gl_tLogSettings.iLogFileMaxSize) return iFileSize;
 

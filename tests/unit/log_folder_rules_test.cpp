@@ -68,8 +68,68 @@ TEST_F(LogFolderRules, AFolderWhoseStatusIsRefusedIsNotUsed) {
     World().files.MakeFolder("logs");
     OpenedFor("logs");
     World().faults.FailAlways(sim::Call::FileQuery);
+    // As every call of the library does first.
+    TraleFileLogSzCtl();
     VKO_LogWrite("n.log", VKO_LOG_ERR, "y\n");
     EXPECT_EQ(FileText("20261120_n.log"), "[12:04:05.006]ERR y\n");
+}
+
+TEST_F(LogFolderRules, AFolderThatWasThereIsNotLookedForAtEachLine) {
+    World().files.MakeFolder("logs");
+    World().files.MakeFolder("C:\\logs");
+    for (const char* folder : {"logs", "C:\\logs"}) {
+        OpenedFor(folder);
+        const uint64_t looks = World().faults.Count(sim::Call::FileQuery);
+        for (int i = 0; i < 5; ++i)
+            VKO_LogWrite("n.log", VKO_LOG_ERR, "y\n");
+        EXPECT_EQ(World().faults.Count(sim::Call::FileQuery), looks) << folder;
+    }
+}
+
+TEST_F(LogFolderRules, ALineWhoseFolderHasGoneMeanwhileIsNotLost) {
+    World().files.MakeFolder("logs");
+    OpenedFor("logs");
+    World().files.Remove("logs\\20261120_n.log");
+    World().files.Remove("logs");
+    VKO_LogWrite("n.log", VKO_LOG_ERR, "y\n");
+    const std::string longer(5000, 'z');
+    VKO_LogWrite("n.log", VKO_LOG_ERR, "%s\n", longer.c_str());
+    EXPECT_EQ(FileText("20261120_n.log"), "[12:04:05.006]ERR y\n[12:04:05.006]ERR " + longer + "\n");
+    World().files.MakeFolder("logs");
+    VKO_LogWrite("n.log", VKO_LOG_ERR, "back\n");
+    EXPECT_EQ(FileText("logs\\20261120_n.log"), "[12:04:05.006]ERR back\n");
+}
+
+TEST_F(LogFolderRules, WhatAFullDiskTookOfALineIsNotWrittenTwice) {
+    World().files.MakeFolder("logs");
+    OpenedFor("logs");
+    World().files.Remove("logs\\20261120_n.log");
+    World().faults.FailNth(sim::Call::AppendText, 1, 1, 2);
+    VKO_LogWrite("n.log", VKO_LOG_ERR, "y\n");
+    EXPECT_EQ(FileText("logs\\20261120_n.log"), std::string("[12:04:05.006]ERR y\n").substr(0, 10));
+    EXPECT_FALSE(World().files.Exists("20261120_n.log"));
+}
+
+TEST_F(LogFolderRules, AFolderBelowTheCurrentOneIsNotTakenForThatOfTheRoot) {
+    World().files.MakeFolder("\\logs");
+    World().files.MakeFolder("logs");
+    OpenedFor("\\logs");
+    World().files.Remove("\\logs");
+    VKO_LogWrite("n.log", VKO_LOG_ERR, "y\n");
+    EXPECT_EQ(FileText("20261120_n.log"), "[12:04:05.006]ERR y\n");
+}
+
+TEST_F(LogFolderRules, ANameThatLeadsOutOfTheFolderStillNeedsIt) {
+    World().files.MakeFolder("logs");
+    World().files.MakeFolder("a");
+    OpenedFor("logs");
+    World().files.Remove("logs\\20261120_n.log");
+    World().files.Remove("logs");
+    World().faults.TraceOn({sim::Call::AppendText});
+    World().faults.trace.clear();
+    VKO_LogWrite("\\..\\..\\a\\n.log", VKO_LOG_ERR, "y\n");
+    World().faults.TraceOff();
+    EXPECT_EQ(World().faults.trace, std::vector<std::string>{"AppendText 20261120_\\..\\..\\a\\n.log"});
 }
 
 TEST_F(LogFolderRules, BlanksOfTheFolderAreGone) {
