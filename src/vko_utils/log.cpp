@@ -74,6 +74,7 @@ static void MakeLine(tLine* pLine, const plat_calendar& now, unsigned level, con
     pLine->size = bFits ? pLine->frontSize + static_cast<size_t>(iText) : 0;
 }
 
+/** False when nothing, or of a usual line not all, got into the file. */
 static bool AppendLine(const char* pFileName, const tLine& line, const char* format, va_list values)
     PLAT_PRINTF_CHECK(3, 0);
 static bool AppendLine(const char* pFileName, const tLine& line, const char* format, va_list values) {
@@ -100,8 +101,8 @@ int VKO_LogWrite(const char* logName, unsigned level, const char* format, ...) {
     MakeLine(&line, now, level, format, values);
 
     // Where the folder was there before, the opening tells whether it still is: to look for it in front of
-    // each line takes a tenth of the line's time. When it is gone the line goes elsewhere; what went wrong
-    // in the folder is not tried again.
+    // each line takes a tenth of the line's time. When it is gone the line goes to the current folder; when
+    // it is there, something else went wrong, and the line is not tried again.
     char strFileName[VKO_LOG_NAME_SIZE];
     const bool bKnown = VKO_KnownLogFileName(strFileName, now, logName);
     if (!bKnown || !AppendLine(strFileName, line, format, values)) {

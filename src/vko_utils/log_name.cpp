@@ -1,17 +1,15 @@
 #include "log_name.h"
 
-#include <atomic>
 #include <cstring>
 
 #include "log.h"
 #include "text.h"
 
-/** The writer's folder, when it was there and the log lies in it; as a number, 0 for none. */
-static std::atomic<uint64_t> known_folder{0};
+std::atomic<uint64_t> gl_uiKnownLogFolder{0};
 
-uint64_t VKO_NumberOfName(const char* name, int64_t companion) {
+uint64_t VKO_NameHash(const char* name, int64_t time) {
     // FNV-1a, 64 bits.
-    uint64_t hash = 0xCBF29CE484222325U ^ static_cast<uint64_t>(companion);
+    uint64_t hash = 0xCBF29CE484222325U ^ static_cast<uint64_t>(time);
     for (; *name != '\0'; ++name)
         hash = (hash ^ static_cast<unsigned char>(*name)) * 0x100000001B3U;
     return hash;
@@ -47,12 +45,12 @@ int64_t VKO_LogFileName(char (&strFileName)[VKO_LOG_NAME_SIZE], const plat_calen
     const bool otherFolder = !asItStands && (FolderAbsolute(folder) || folder[0] == '\\');
     const bool itself = usable && !otherFolder && StaysInFolder(baseName);
     if (!usable) {
-        known_folder = 0;
+        gl_uiKnownLogFolder = 0;
         VKO_FormatText(strFileName, sizeof strFileName, "%04d%02d%02d_%s", utc.year, utc.month, utc.day,
                        baseName);
         return LOG_NAME_NO_FOLDER;
     }
-    if (rule == LOG_NAME_ABSOLUTE_FOLDERS) known_folder = itself ? VKO_NumberOfName(folder, 0) : 0;
+    if (rule == LOG_NAME_ABSOLUTE_FOLDERS) gl_uiKnownLogFolder = itself ? VKO_NameHash(folder, 0) : 0;
     NameInFolder(strFileName, folder, asItStands, utc, baseName);
     return itself ? status.modified : LOG_NAME_NO_FOLDER;
 }
@@ -60,7 +58,7 @@ int64_t VKO_LogFileName(char (&strFileName)[VKO_LOG_NAME_SIZE], const plat_calen
 bool VKO_KnownLogFileName(char (&strFileName)[VKO_LOG_NAME_SIZE], const plat_calendar& utc,
                           const char* baseName) {
     const char* folder = gl_tLogSettings.strLogFilePath;
-    if (known_folder != VKO_NumberOfName(folder, 0) || !StaysInFolder(baseName)) return false;
+    if (gl_uiKnownLogFolder != VKO_NameHash(folder, 0) || !StaysInFolder(baseName)) return false;
     NameInFolder(strFileName, folder, FolderAbsolute(folder), utc, baseName);
     return true;
 }

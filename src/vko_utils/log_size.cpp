@@ -14,7 +14,7 @@ std::atomic<uint64_t> gl_uiMissingLog{0};
  * where names have no fixed case.
  */
 static int MeasureLog(const char* pName, int64_t iFolderModified) {
-    const uint64_t uiLog = VKO_NumberOfName(pName, iFolderModified);
+    const uint64_t uiLog = VKO_NameHash(pName, iFolderModified);
     if (uiLog == gl_uiMissingLog) return -1;
     // Asked before the measurement, so that a log which comes meanwhile shows too.
     const bool bShows = VKO_ChangeShows(iFolderModified);

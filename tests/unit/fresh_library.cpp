@@ -2,6 +2,7 @@
 
 #include "api/ZANTIR.h"
 #include "sim_platform.h"
+#include "vko_utils/log_name.h"
 
 void LoadFreshLibrary() {
     sim::world().Reset();
@@ -17,6 +18,7 @@ void LoadFreshLibrary() {
     gl_hLeftOpenSearch = PLAT_INVALID_HANDLE;
     gl_iKnownLogFiles = 0;
     gl_uiMissingLog = 0;
+    gl_uiKnownLogFolder = 0;
     ResetCommandTimeouts();
     tSatRetCodeTbl[0].iCode = 4000;
     BufferClear(gl_strSatRsp, GL_DEF_MAX_SAT_PKT_SIZE);

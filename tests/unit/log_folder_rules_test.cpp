@@ -88,16 +88,28 @@ TEST_F(LogFolderRules, AFolderThatWasThereIsNotLookedForAtEachLine) {
 
 TEST_F(LogFolderRules, ALineWhoseFolderHasGoneMeanwhileIsNotLost) {
     World().files.MakeFolder("logs");
-    OpenedFor("logs");
-    World().files.Remove("logs\\20261120_n.log");
-    World().files.Remove("logs");
-    VKO_LogWrite("n.log", VKO_LOG_ERR, "y\n");
-    const std::string longer(5000, 'z');
-    VKO_LogWrite("n.log", VKO_LOG_ERR, "%s\n", longer.c_str());
-    EXPECT_EQ(FileText("20261120_n.log"), "[12:04:05.006]ERR y\n[12:04:05.006]ERR " + longer + "\n");
+    // The longer one goes to its file in pieces.
+    for (const std::string& text : {std::string("y"), std::string(5000, 'z')}) {
+        OpenedFor("logs");
+        World().files.Remove("logs\\20261120_n.log");
+        World().files.Remove("logs");
+        World().files.Remove("20261120_n.log");
+        VKO_LogWrite("n.log", VKO_LOG_ERR, "%s\n", text.c_str());
+        EXPECT_EQ(FileText("20261120_n.log"), "[12:04:05.006]ERR " + text + "\n");
+        World().files.MakeFolder("logs");
+        VKO_LogWrite("n.log", VKO_LOG_ERR, "back\n");
+        EXPECT_EQ(FileText("logs\\20261120_n.log"), "[12:04:05.006]ERR back\n");
+    }
+}
+
+TEST_F(LogFolderRules, AKnownFolderIsNotTakenForTheNextOneOfTheSettings) {
+    World().files.MakeFolder("xy");
+    World().files.MakeFolder("x");
+    EXPECT_EQ(OpenedFor("xy"), "AppendText .\\xy\\20261120_n.log");
+    EXPECT_EQ(OpenedFor("x"), "AppendText 20261120_n.log");
     World().files.MakeFolder("logs");
-    VKO_LogWrite("n.log", VKO_LOG_ERR, "back\n");
-    EXPECT_EQ(FileText("logs\\20261120_n.log"), "[12:04:05.006]ERR back\n");
+    EXPECT_EQ(OpenedFor("logs"), "AppendText .\\logs\\20261120_n.log");
+    EXPECT_EQ(OpenedFor("\\logs"), "AppendText 20261120_n.log");
 }
 
 TEST_F(LogFolderRules, WhatAFullDiskTookOfALineIsNotWrittenTwice) {
