@@ -1,5 +1,4 @@
 #include <atomic>
-#include <cstring>
 
 #include "files.h"
 #include "log.h"
