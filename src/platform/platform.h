@@ -192,9 +192,15 @@ bool plat_port_close(plat_handle port);
 // devices
 
 /**
+ * How long devices count as known at most, milliseconds: should one ever change without a report, a till
+ * finds its device with the next try and not at its next start.
+ */
+constexpr uint32_t PLAT_DEVICES_KNOWN_MS = 2000;
+
+/**
  * Opens the set of the present devices of a setup class such as "Ports"; PLAT_INVALID_HANDLE when there is
- * none. A platform that hears of changes may give the same set again while there was none. The routines below
- * take that value too: it is a set without devices, which cannot be closed.
+ * none. A platform that hears of changes may give the same devices again while there was none. The routines
+ * below take that value too: it is a set without devices, which cannot be closed.
  */
 plat_handle plat_devices_open(const char* class_name);
 

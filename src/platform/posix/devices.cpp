@@ -13,11 +13,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -29,14 +31,30 @@
 
 namespace {
 
+using SteadyTime = std::chrono::steady_clock::time_point;
+
 struct Device {
     char port_name[16];
     std::string friendly;  // empty when the device has none
 };
 
-struct DeviceSet {
+/** The devices of a moment. */
+struct DeviceList {
     std::vector<Device> devices;
+    bool whole = true;  // no device or text is missing for want of descriptors or the like
+};
+
+struct DeviceSet {
+    std::shared_ptr<const DeviceList> list;
     size_t current = SIZE_MAX;
+};
+
+/** What was listed last. */
+struct KnownDevices {
+    std::mutex guard;
+    std::shared_ptr<const DeviceList> list;
+    std::string events;  // the kernel's count of its events before the list was made
+    SteadyTime since = {};
 };
 
 struct FolderCloser {
@@ -63,6 +81,12 @@ static int OpenLine(int folder, const std::string& name) {
     return openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
 }
 
+/** Marks the list when a file was not opened although it may be there. Returns the descriptor. */
+static int Noted(int descriptor, DeviceList* list) {
+    if (descriptor == kNoDescriptor && errno != ENOENT && errno != ENOTDIR) list->whole = false;
+    return descriptor;
+}
+
 static bool Exists(int folder, const std::string& name) {
     return faccessat(folder, name.c_str(), F_OK, 0) == 0;
 }
@@ -74,42 +98,43 @@ enum class Hardware { kUnknown, kNone, kThere };
  * The kernel makes an entry for every built-in port that there might be, and gives those where it found none
  * the type 0. A USB port has no type: its entry goes away with the device.
  */
-static Hardware BuiltInHardware(const std::string& entry) {
-    const Descriptor type(OpenLine(AT_FDCWD, entry + "/type"));
+static Hardware BuiltInHardware(const std::string& entry, DeviceList* list) {
+    const Descriptor type(Noted(OpenLine(AT_FDCWD, entry + "/type"), list));
     if (!type.IsOpen() && errno == ENOENT) return Hardware::kUnknown;
     return strtol(ReadLine(type).c_str(), nullptr, 10) == 0 ? Hardware::kNone : Hardware::kThere;
 }
 
 /** The product text of the USB device that a port's hardware belongs to; empty when there is none. */
-static std::string UsbProduct(int hardware) {
+static std::string UsbProduct(int hardware, DeviceList* list) {
     // The port hangs one or two floors below its USB device, which is the first to have a vendor number.
     // Going further would end at the hub, whose product text says nothing about the port.
     std::string floor;
     for (int count = 0; count < 4; ++count, floor += "../") {
         if (!Exists(hardware, floor + "idVendor")) continue;
-        return ReadLine(Descriptor(OpenLine(hardware, floor + "product")));
+        return ReadLine(Descriptor(Noted(OpenLine(hardware, floor + "product"), list)));
     }
     return "";
 }
 
 /** Whether a driver has taken the hardware behind an entry; if so, its USB product text where it has one. */
-static bool HasDriver(const std::string& entry, std::string* friendly) {
+static bool HasDriver(const std::string& entry, std::string* friendly, DeviceList* list) {
     // The way to the hardware is long: it is gone once, and everything else asked from there.
-    const Descriptor hardware(open((entry + "/device").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const std::string device = entry + "/device";
+    const Descriptor hardware(Noted(open(device.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC), list));
     if (!hardware.IsOpen() || !Exists(hardware.number(), "driver")) return false;
-    *friendly = UsbProduct(hardware.number());
+    *friendly = UsbProduct(hardware.number(), list);
     return true;
 }
 
 /** Adds the port of an entry when a device stands behind it. */
-static void AddIfPresent(const std::string& entry, uint32_t number, std::vector<Device>* devices) {
+static void AddIfPresent(const std::string& entry, uint32_t number, DeviceList* list) {
     Device device = {};
-    const Hardware built_in = BuiltInHardware(entry);
+    const Hardware built_in = BuiltInHardware(entry, list);
     if (built_in == Hardware::kNone) return;
     // What has a type has its driver already, and no USB device.
-    if (built_in == Hardware::kUnknown && !HasDriver(entry, &device.friendly)) return;
+    if (built_in == Hardware::kUnknown && !HasDriver(entry, &device.friendly, list)) return;
     snprintf(device.port_name, sizeof device.port_name, "COM%u", number);
-    devices->push_back(device);
+    list->devices.push_back(device);
 }
 
 /** The index behind a kind's name in an entry's name; the kind's count when the entry is of another kind. */
@@ -124,10 +149,13 @@ static uint32_t IndexInKind(const char* entry_name, const PortKind& kind) {
 }
 
 /** The folder's entries that are ports, by their numbers: one look instead of one for each possible port. */
-static std::map<uint32_t, std::string> ListPorts(const std::string& tty_class_folder) {
+static std::map<uint32_t, std::string> ListPorts(const std::string& tty_class_folder, DeviceList* list) {
     std::map<uint32_t, std::string> ports;
     const std::unique_ptr<DIR, FolderCloser> folder(opendir(tty_class_folder.c_str()));
-    if (folder == nullptr) return ports;
+    if (folder == nullptr) {
+        list->whole = false;
+        return ports;
+    }
     while (const dirent* entry = readdir(folder.get())) {
         for (const PortKind& kind : kPortKinds) {
             const uint32_t index = IndexInKind(entry->d_name, kind);
@@ -137,18 +165,52 @@ static std::map<uint32_t, std::string> ListPorts(const std::string& tty_class_fo
     return ports;
 }
 
-static void AddPresentDevices(const std::string& tty_class_folder, std::vector<Device>* devices) {
-    for (const auto& [number, name] : ListPorts(tty_class_folder)) {
+static std::shared_ptr<const DeviceList> ListDevices(const std::string& tty_class_folder) {
+    auto list = std::make_shared<DeviceList>();
+    for (const auto& [number, name] : ListPorts(tty_class_folder, list.get())) {
         std::string entry = tty_class_folder;
         entry.append("/").append(name);
-        AddIfPresent(entry, number, devices);
+        AddIfPresent(entry, number, list.get());
     }
+    return list;
 }
 
-plat_handle OpenDevicesBelow(const char* tty_class_folder) {
+static KnownDevices& TheKnownDevices() {
+    // Never destroyed: a host may call the library until its very end.
+    static KnownDevices& known = *new KnownDevices;
+    return known;
+}
+
+/** The list that was made when the kernel had counted just these events; none when it is missing or old. */
+static std::shared_ptr<const DeviceList> FindKnown(const std::string& events, SteadyTime now) {
+    KnownDevices& known = TheKnownDevices();
+    const std::lock_guard<std::mutex> lock(known.guard);
+    const bool unchanged =
+        events == known.events && now - known.since < std::chrono::milliseconds(PLAT_DEVICES_KNOWN_MS);
+    return unchanged ? known.list : nullptr;
+}
+
+/** The devices, for which the system is asked only when they may have changed. */
+static std::shared_ptr<const DeviceList> FindDevices(const char* tty_class_folder, const char* event_count) {
+    // Both before the list is made, so that what changes meanwhile is seen by the next one.
+    std::string events = ReadLine(Descriptor(OpenLine(AT_FDCWD, event_count)));
+    const SteadyTime now = std::chrono::steady_clock::now();
+    std::shared_ptr<const DeviceList> list = FindKnown(events, now);
+    if (list != nullptr) return list;
+    list = ListDevices(tty_class_folder);
+    if (events.empty() || !list->whole) return list;
+    KnownDevices& known = TheKnownDevices();
+    const std::lock_guard<std::mutex> lock(known.guard);
+    known.list = list;
+    known.events = std::move(events);
+    known.since = now;
+    return list;
+}
+
+plat_handle OpenDevicesBelow(const char* tty_class_folder, const char* event_count) {
     try {
         auto set = std::make_shared<DeviceSet>();
-        AddPresentDevices(tty_class_folder, &set->devices);
+        set->list = FindDevices(tty_class_folder, event_count);
         return DeviceSets().Add(std::move(set));
     } catch (...) {
         SetLastErrno(ENOMEM);
@@ -157,7 +219,9 @@ plat_handle OpenDevicesBelow(const char* tty_class_folder) {
 }
 
 plat_handle plat_devices_open(const char* class_name) {
-    if (strcasecmp(class_name, "Ports") == 0) return OpenDevicesBelow("/sys/class/tty");
+    if (strcasecmp(class_name, "Ports") == 0) {
+        return OpenDevicesBelow("/sys/class/tty", "/sys/kernel/uevent_seqnum");
+    }
     SetLastErrno(ENOENT);
     return PLAT_INVALID_HANDLE;
 }
@@ -165,7 +229,7 @@ plat_handle plat_devices_open(const char* class_name) {
 bool plat_devices_select(plat_handle devices, uint32_t index) {
     const std::shared_ptr<DeviceSet> set = DeviceSets().Find(devices);
     if (set == nullptr) return false;
-    if (index >= set->devices.size()) {
+    if (index >= set->list->devices.size()) {
         SetLastErrno(ENOENT);
         return false;
     }
@@ -178,11 +242,11 @@ template <class Action>
 static bool WithCurrent(plat_handle devices, Action action) {
     const std::shared_ptr<DeviceSet> set = DeviceSets().Find(devices);
     if (set == nullptr) return false;
-    if (set->current >= set->devices.size()) {
+    if (set->current >= set->list->devices.size()) {
         SetLastErrno(ENOENT);
         return false;
     }
-    return action(set->devices[set->current]);
+    return action(set->list->devices[set->current]);
 }
 
 bool plat_devices_port_name(plat_handle devices, char* name, uint32_t size) {
@@ -216,5 +280,6 @@ bool plat_devices_close(plat_handle devices) {
     return DeviceSets().Remove(devices) != nullptr;
 }
 
-/** Every set is listed when it is opened. */
+/** The kernel counts behind each change, so that a list is never older than its count, and a list with gaps
+ * is not kept: a new one would be the same. */
 void plat_devices_forget() {}

@@ -7,6 +7,8 @@
 
 #include <iterator>
 
+#include "../platform.h"
+
 /**
  * The devices that the system remembers with the names that the device-setup interface tells of them, and the
  * ports that drivers serve now: where a known device comes or goes, the second is sure to change.
@@ -75,7 +77,7 @@ bool DevicesUnchanged(uint64_t watch) {
     AcquireSRWLockExclusive(&guard);
     // A later watch may have taken the report of a change that this one then never hears of.
     const bool unchanged = watch != 0 && watch == current &&
-                           GetTickCount64() - current_since_ms <= kLongestKnownMs && NothingReported();
+                           GetTickCount64() - current_since_ms <= PLAT_DEVICES_KNOWN_MS && NothingReported();
     ReleaseSRWLockExclusive(&guard);
     return unchanged;
 }

@@ -5,9 +5,6 @@
 
 #include <cstdint>
 
-/** How long something counts as known at most, milliseconds. */
-constexpr uint64_t kLongestKnownMs = 2000;
-
 /**
  * Has the system report from here on that a device comes or goes, or that its names change. Returns what
  * DevicesUnchanged is asked with about all that is read behind this call; 0 when the system does not report.
@@ -17,8 +14,7 @@ uint64_t WatchDevices();
 
 /**
  * Whether what was read behind the call of WatchDevices that returned `watch` is still so. After
- * kLongestKnownMs nobody knows: should a driver ever change its devices without a report, a till finds its
- * device with the next try and not at its next start. A later watch ends this one. From any thread.
+ * PLAT_DEVICES_KNOWN_MS nobody knows. A later watch ends this one. From any thread.
  */
 bool DevicesUnchanged(uint64_t watch);
 

@@ -40,7 +40,7 @@ TEST_F(Devices, AProductMayBeOneLetterOrNoneOrNoFile) {
 
 TEST_F(Devices, ABuiltInPortWithoutAReadableTypeIsAnEmptyPlace) {
     AddBuiltIn(0, "4");
-    FailNext(&system_calls.openat, 1, EACCES);
+    FailNext(&system_calls.openat, 1, EACCES, 1);
     Open();
     EXPECT_EQ(PortName(0), "none");
 }
@@ -68,6 +68,104 @@ TEST_F(Devices, AnOldErrorDoesNotMakeAnEmptyPlaceADevice) {
     EXPECT_EQ(PortName(1), "none");
 }
 
+namespace {
+
+/** A folder whose changes are counted. No two tests use the same counts: what is known outlives a test. */
+struct CountedDevices : Devices {
+    static void Count(const char* events) { WriteText("events", std::string(events) + "\n"); }
+
+    /** The ports of a new set. */
+    std::string Ports() {
+        plat_devices_close(devices);
+        Open();
+        std::string ports;
+        for (uint32_t i = 0; plat_devices_select(devices, i); ++i) {
+            ports += PortName(i) + " ";
+        }
+        return ports;
+    }
+};
+
+}  // namespace
+
+TEST_F(CountedDevices, AreListedAgainWhenTheKernelCountedAnEvent) {
+    Count("10");
+    AddBuiltIn(0, "4");
+    EXPECT_EQ(Ports(), "COM1 ");
+    AddBuiltIn(1, "4");
+    const int listed = system_calls.openat.calls;
+    EXPECT_EQ(Ports(), "COM1 ");
+    EXPECT_EQ(system_calls.openat.calls, listed + 1);
+    Count("11");
+    EXPECT_EQ(Ports(), "COM1 COM2 ");
+    std::filesystem::remove_all("class/ttyS0");
+    EXPECT_EQ(Ports(), "COM1 COM2 ");
+    Count("10");
+    EXPECT_EQ(Ports(), "COM2 ");
+}
+
+TEST_F(CountedDevices, OfAnOpenSetStay) {
+    Count("20");
+    AddUsb("ttyUSB0", "1-1", 1, "one\n");
+    Open();
+    const plat_handle first = devices;
+    AddUsb("ttyUSB1", "1-2", 1, "two\n");
+    Count("21");
+    Open();
+    EXPECT_EQ(Friendly(1), "two");
+    EXPECT_TRUE(plat_devices_close(devices));
+    devices = first;
+    EXPECT_EQ(Friendly(0), "one");
+    EXPECT_EQ(PortName(1), "none");
+}
+
+TEST_F(CountedDevices, AreListedEachTimeWithoutACount) {
+    AddBuiltIn(0, "4");
+    EXPECT_EQ(Ports(), "COM1 ");
+    AddBuiltIn(1, "4");
+    EXPECT_EQ(Ports(), "COM1 COM2 ");
+    Count("");
+    EXPECT_EQ(Ports(), "COM1 COM2 ");
+    AddBuiltIn(2, "4");
+    EXPECT_EQ(Ports(), "COM1 COM2 COM3 ");
+}
+
+TEST_F(CountedDevices, AreNotKnownAfterAWhile) {
+    Count("30");
+    AddBuiltIn(0, "4");
+    EXPECT_EQ(Ports(), "COM1 ");
+    AddBuiltIn(1, "4");
+    plat_sleep_ms(PLAT_DEVICES_KNOWN_MS / 2);
+    EXPECT_EQ(Ports(), "COM1 ");
+    plat_sleep_ms(PLAT_DEVICES_KNOWN_MS / 2 + 100);
+    EXPECT_EQ(Ports(), "COM1 COM2 ");
+}
+
+TEST_F(CountedDevices, AreListedAgainWhereTheListHasGaps) {
+    Count("40");
+    AddBuiltIn(0, "4");
+    std::filesystem::rename("class", "away");
+    EXPECT_EQ(Ports(), "");
+    std::filesystem::rename("away", "class");
+    FailNext(&system_calls.openat, 1, EMFILE, 1);
+    EXPECT_EQ(Ports(), "");
+    EXPECT_EQ(Ports(), "COM1 ");
+
+    Count("41");
+    std::filesystem::remove_all("class/ttyS0");
+    AddUsb("ttyUSB0", "1-1", 1, "product\n");
+    FailNext(&system_calls.open, 1, EMFILE);
+    EXPECT_EQ(Ports(), "");
+    FailNext(&system_calls.openat, 1, EMFILE, 2);
+    EXPECT_EQ(Ports(), "COM33 ");
+    EXPECT_EQ(Friendly(0), "");
+    EXPECT_EQ(Ports(), "COM33 ");
+    EXPECT_EQ(Friendly(0), "product");
+    const int listed = system_calls.openat.calls;
+    EXPECT_EQ(Ports(), "COM33 ");
+    EXPECT_EQ(system_calls.openat.calls, listed + 1);
+}
+
 TEST_F(Devices, LeaveNothingOpenAndNeedNoStandardInput) {
     AddUsb("ttyUSB0", "1-1", 2, "product\n");
     AddBuiltIn(0, "4");
@@ -78,7 +176,7 @@ TEST_F(Devices, LeaveNothingOpenAndNeedNoStandardInput) {
 
     const int kept = fcntl(0, F_DUPFD_CLOEXEC, 3);
     close(0);
-    devices = OpenDevicesBelow("class");
+    devices = OpenDevicesBelow("class", "events");
     const bool zero_is_free = fcntl(0, F_GETFD) == -1;
     if (kept >= 0) {
         dup2(kept, 0);

@@ -44,7 +44,7 @@ struct Devices : ScratchFolder {
     }
 
     void Open() {
-        devices = OpenDevicesBelow("class");
+        devices = OpenDevicesBelow("class", "events");
         ASSERT_TRUE(plat_handle_valid(devices));
     }
 

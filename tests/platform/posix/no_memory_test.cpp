@@ -76,7 +76,7 @@ TEST_F(Devices, WithoutMemoryAreNoSet) {
     AddUsb("ttyACM0", "1-2", 1, "a product text that is longer than a short one\n");
     const int failed = WithoutMemory(
         [this] {
-            devices = OpenDevicesBelow("class");
+            devices = OpenDevicesBelow("class", "events");
             return plat_handle_valid(devices);
         },
         [this] { EXPECT_EQ(devices, PLAT_INVALID_HANDLE); });

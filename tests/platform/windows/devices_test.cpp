@@ -322,9 +322,9 @@ TEST(DeviceWatch, OutlivesItsThread) {
 
 TEST(DeviceWatch, KnowsNothingAfterAWhile) {
     const uint64_t watch = WatchDevices();
-    Sleep(kLongestKnownMs / 2);
+    Sleep(PLAT_DEVICES_KNOWN_MS / 2);
     EXPECT_TRUE(DevicesUnchanged(watch));
-    Sleep(kLongestKnownMs / 2 + 100);
+    Sleep(PLAT_DEVICES_KNOWN_MS / 2 + 100);
     EXPECT_FALSE(DevicesUnchanged(watch));
     EXPECT_TRUE(DevicesUnchanged(WatchDevices()));
 }
