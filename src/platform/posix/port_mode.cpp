@@ -99,8 +99,9 @@ static void MakeRaw(termios* line) {
     line->c_cflag &= ~static_cast<tcflag_t>(CRTSCTS);
 }
 
-/** Whether two lines agree in all that MakeRaw sets. */
-static bool AreAlikeRaw(const termios& one, const termios& other) {
+/** Whether two lines agree in all that is set here, the speed among the flags. A port keeps its settings, so
+ * behind the first exchange there is nothing to set. */
+static bool AreAlike(const termios& one, const termios& other) {
     return one.c_iflag == other.c_iflag && one.c_oflag == other.c_oflag && one.c_lflag == other.c_lflag &&
            one.c_cflag == other.c_cflag && one.c_cc[VMIN] == other.c_cc[VMIN] &&
            one.c_cc[VTIME] == other.c_cc[VTIME];
@@ -109,8 +110,7 @@ static bool AreAlikeRaw(const termios& one, const termios& other) {
 bool SetRawLine(int descriptor, const termios& settings) {
     termios line = settings;
     MakeRaw(&line);
-    // A port keeps its settings: behind the first exchange there is nothing to do.
-    return AreAlikeRaw(line, settings) || Done(tcsetattr(descriptor, TCSANOW, &line) == 0);
+    return AreAlike(line, settings) || Done(tcsetattr(descriptor, TCSANOW, &line) == 0);
 }
 
 tcflag_t FrameFlags(const plat_line_settings& settings) {
@@ -126,17 +126,19 @@ bool plat_port_apply(plat_handle port, const plat_line_settings* settings) {
     const std::shared_ptr<Port> found = FindPort(port);
     if (found == nullptr) return false;
     const BaudRate* baud_rate = FindBaudRate(settings->baud_rate);
-    termios line = {};
-    if (baud_rate == nullptr || tcgetattr(found->descriptor, &line) != 0) {
+    termios now = {};
+    if (baud_rate == nullptr || tcgetattr(found->descriptor, &now) != 0) {
         SetLastErrno(baud_rate == nullptr ? EINVAL : errno);
         return false;
     }
 
     constexpr tcflag_t kFrame = CSIZE | PARENB | PARODD | CSTOPB;
     const tcflag_t wanted = FrameFlags(*settings);
+    termios line = now;
     MakeRaw(&line);
     line.c_cflag = (line.c_cflag & ~kFrame) | wanted;
     cfsetspeed(&line, baud_rate->code);
+    if (AreAlike(now, line)) return true;
 
     // The call succeeds as soon as any of the settings could be made, so the line is asked what it took.
     termios taken = {};

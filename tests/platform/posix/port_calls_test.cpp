@@ -137,14 +137,17 @@ TEST_F(PtyPort, AnOpenThatFailsInTheMiddleLeavesThePortToOthers) {
 }
 
 TEST_F(PtyPort, SettingsThatTheSystemRefusesAreAFailure) {
-    plat_line_settings settings = {};
-    ASSERT_TRUE(plat_port_parse_mode("9600,n,8,1", &settings));
+    // A rate of its own for each, since a line that has its settings is left alone.
     struct Row {
+        const char* mode;
         SystemCall* call;
         int passing;
     };
-    for (const auto& [call, passing] : {Row{&system_calls.tcgetattr, 0}, Row{&system_calls.tcgetattr, 1},
-                                        Row{&system_calls.tcsetattr, 0}}) {
+    plat_line_settings settings = {};
+    for (const auto& [mode, call, passing] :
+         {Row{"9600,n,8,1", &system_calls.tcgetattr, 0}, Row{"9600,n,8,1", &system_calls.tcgetattr, 1},
+          Row{"1200,n,8,1", &system_calls.tcsetattr, 0}}) {
+        ASSERT_TRUE(plat_port_parse_mode(mode, &settings));
         SetLastErrno(0);
         FailNext(call, 1, EIO, passing);
         EXPECT_FALSE(plat_port_apply(port, &settings));

@@ -194,3 +194,15 @@ TEST(PortPath, ANumberHasNineDigitsAtMost) {
     EXPECT_FALSE(PortDeviceFile("\\\\?\\COM1000000000").valid);
     EXPECT_STREQ(PortDeviceFile("\\\\?\\COM10").text, "/dev/ttyS9");
 }
+
+TEST_F(PtyPort, ALineThatHasItsSettingsIsLeftAlone) {
+    plat_line_settings settings = {};
+    ASSERT_TRUE(plat_port_parse_mode("1200,n,8,1", &settings));
+    ASSERT_TRUE(plat_port_apply(port, &settings));
+    const int calls = system_calls.tcsetattr.calls;
+    EXPECT_TRUE(plat_port_apply(port, &settings));
+    EXPECT_EQ(system_calls.tcsetattr.calls, calls);
+    Spoil(other);
+    EXPECT_TRUE(plat_port_apply(port, &settings));
+    ExpectRaw(other);
+}
