@@ -138,9 +138,10 @@ static void Add(tLineBuilder* line, const char* pBytes, size_t size) {
 }
 
 static void AddHex(tLineBuilder* line, char cByte) {
-    char strHex[8];
-    VKO_FormatText(strHex, sizeof strHex, "<%02X>", static_cast<unsigned char>(cByte));
-    Add(line, strHex, 4);
+    static const char DIGITS[] = "0123456789ABCDEF";
+    const unsigned char ucByte = static_cast<unsigned char>(cByte);
+    const char strHex[] = {'<', DIGITS[ucByte >> 4U], DIGITS[ucByte & 15U], '>'};
+    Add(line, strHex, sizeof strHex);
 }
 
 static void AddFrame(tLineBuilder* line, const char* pSatPkt, int iLength, eFrameShape shape,
