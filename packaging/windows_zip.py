@@ -12,7 +12,8 @@ DEFINITION = os.path.join(TOP, "src", "api", "ZANTIR64.def")
 
 def fill(stage, build):
     # The programs stand beside the library, where they and Windows look for it first.
-    for name in ("ZANTIR64.dll", "zantir.exe", "sat-emulator.exe"):
+    stage.copy(os.path.join(build, "ZANTIR64.dll"), "ZANTIR64.dll", 0o755)
+    for name in ("zantir.exe", "sat-emulator.exe"):
         stage.strip(STRIP, os.path.join(build, name), name)
     stage.copy(os.path.join(build, "libZANTIR64.dll.a"), "lib/libZANTIR64.dll.a")
     stage.copy(DEFINITION, "lib/ZANTIR64.def")

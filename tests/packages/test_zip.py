@@ -46,6 +46,19 @@ class ZipTest(unittest.TestCase):
             self.assertIn("kernel32", needed)
             self.assertLessEqual(needed, SYSTEM, name)
 
+    def test_programs_carry_no_debug_information(self):
+        for name in PROGRAMS:
+            sections = packages.run("x86_64-w64-mingw32-objdump", "-h",
+                                    os.path.join(packages.unpacked_zip(), name)).stdout.decode("ascii", "replace")
+            self.assertIn(".text", sections)
+            self.assertNotIn(".debug", sections, name)
+
+    def test_library_is_the_one_that_is_tested(self):
+        library = "ZANTIR64.dll"
+        with open(os.path.join(packages.unpacked_zip(), library), "rb") as packed, \
+                open(os.path.join(packages.TOP, "build", "windows", library), "rb") as built:
+            self.assertTrue(packed.read() == built.read(), "other bytes than those of the tests")
+
 
 class WindowsSaleTest(packages.SaleCase):
     """Programs and DLL of the zip under Wine; the emulator is that of the zip too."""
