@@ -12,6 +12,8 @@
 #include "command_table.h"
 #include "state.h"
 
+std::atomic<uint64_t> gl_uiIniWithoutFixedPort{0};
+
 static const char UPDATE[] = "UpdateZantirConfiguration";
 
 static constexpr size_t VALUE_SIZE = 128;
@@ -302,23 +304,46 @@ static void ClearFixedPort() {
     memset(gl_tSat.strFixedSerialPort, 0, sizeof gl_tSat.strFixedSerialPort);
 }
 
+static const char FIXED_PORT_SECTION[] = "SERIAL_PORT_CONFIG";
+
+/** Size and last change of a file in one number, so that threads never see them apart. */
+static uint64_t SizeWithChange(const plat_file_status& status) {
+    // The seconds of five centuries take 34 bits.
+    return (static_cast<uint64_t>(status.size) << 34U) ^ static_cast<uint64_t>(status.modified);
+}
+
+/**
+ * Reads the key. Hardly any "SAT.ini" has it, and that it lacks it is not logged: then the file is read again
+ * only when it has changed.
+ */
+static int ReadFixedPort(char* pFixedSerialPort) {
+    plat_file_status status = {};
+    const bool bFound = plat_file_query(ZANTIR_INI_FILE, &status);
+    const uint64_t uiIni = bFound ? SizeWithChange(status) : 0;
+    if (uiIni != 0 && uiIni == gl_uiIniWithoutFixedPort) return INI_FILE_ERR_ITEM_NOT_FOUND;
+    // Asked before the file is read, so that whatever changes meanwhile shows too.
+    const bool bShows = bFound && VKO_ChangeShows(status.modified);
+    const int rc = VKO_GetIniFileValueSized(ZANTIR_INI_FILE, FIXED_PORT_SECTION, "FixarPorta",
+                                            pFixedSerialPort, VALUE_SIZE);
+    if (rc == INI_FILE_ERR_ITEM_NOT_FOUND && bShows) gl_uiIniWithoutFixedPort = uiIni;
+    return rc;
+}
+
 int GetFixedSerialPort(char* pFixedSerialPort) {
-    static const char SECTION[] = "SERIAL_PORT_CONFIG";
     if (pFixedSerialPort == nullptr) {
         API_LOG_OWN_FRONT(VKO_LOG_ERR,
                           "[%04d]  %s  %s  rc[%04d]ER: Ini[%s]  Session[%s]  pFixedSerialPort=NULL\n",
-                          ERR_FIXED_PORT_NULL, ZANTIR_INI_FILE, SECTION);
+                          ERR_FIXED_PORT_NULL, ZANTIR_INI_FILE, FIXED_PORT_SECTION);
         return ERR_FIXED_PORT_NULL;
     }
     pFixedSerialPort[0] = '\0';
-    const int rc =
-        VKO_GetIniFileValueSized(ZANTIR_INI_FILE, SECTION, "FixarPorta", pFixedSerialPort, VALUE_SIZE);
+    const int rc = ReadFixedPort(pFixedSerialPort);
     if (rc < 0) {
         ClearFixedPort();
         API_LOG_OWN_FRONT(
             VKO_LOG_INF,
             "[%04d]  %s  %s  rc[%04d]OK: Ini[%s]  Session[%s]  FixarPorta= << NAO EXISTIR <DEFAULT>\n", rc,
-            ZANTIR_INI_FILE, SECTION);
+            ZANTIR_INI_FILE, FIXED_PORT_SECTION);
         return 0;
     }
     if (pFixedSerialPort[0] == '\0') {
@@ -326,7 +351,7 @@ int GetFixedSerialPort(char* pFixedSerialPort) {
         API_LOG_OWN_FRONT(
             VKO_LOG_INF,
             "[%04d]  %s  %s  rc[%04d]OK: Ini[%s]  Session[%s]  FixarPorta= << SEM VALOR <NAO USAR>\n", rc,
-            ZANTIR_INI_FILE, SECTION);
+            ZANTIR_INI_FILE, FIXED_PORT_SECTION);
         return 1;
     }
     size_t length = strlen(pFixedSerialPort);
@@ -344,6 +369,6 @@ int GetFixedSerialPort(char* pFixedSerialPort) {
         VKO_LOG_WRN,
         "[%04d]  %s  %s  rc[%04d]WR: Ini[%s]  Session[%s]  FixarPorta=%s<< ADICIONADO MANUALMENTE PELO "
         "CLIENTE\n",
-        rc, ZANTIR_INI_FILE, SECTION, pFixedSerialPort);
+        rc, ZANTIR_INI_FILE, FIXED_PORT_SECTION, pFixedSerialPort);
     return static_cast<int>(length);
 }

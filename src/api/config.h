@@ -3,7 +3,9 @@
  */
 #pragma once
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 
 constexpr int ERR_FIXED_PORT_NULL = -5002;
 
@@ -29,6 +31,9 @@ int CreateFile_ZantirIni();
  * can be created.
  */
 int UpdateZantirConfiguration();
+
+/** Size << 34 ^ last change of a "SAT.ini" that was read and has no fixed port; 0 when none is known. */
+extern std::atomic<uint64_t> gl_uiIniWithoutFixedPort;
 
 /**
  * Reads the port that the user fixed under "FixarPorta", without what follows its last digit.

@@ -13,9 +13,9 @@
 int32_t VKO_GetFileSize(const char* pFileName);
 
 /**
- * Whether whatever comes into a folder or leaves it from now on shows in the time of its last change, which
- * was `iModified`, seconds since 1970: not yet where another change might still get the same time. File
- * systems that never change a folder's time for what is in it are not told apart.
+ * Whether whatever changes from now on in a file, or comes into a folder or leaves it, shows in the time of
+ * its last change, which was `iModified`, seconds since 1970: not yet where another change might still get
+ * the same time. File systems that never change a folder's time for what is in it are not told apart.
  */
 bool VKO_ChangeShows(int64_t iModified);
 

@@ -106,6 +106,83 @@ TEST_F(FixedPortSetting, AValueLongerThanTheBufferIsCutAndReportedOnce) {
     EXPECT_EQ(CountOf(TakeLog(), "TOO LONG"), 1U);
 }
 
+/** A "SAT.ini" without the key, which nobody has touched for a while. */
+class SettledIni : public FixedPortSetting {
+  protected:
+    void SetUp() override {
+        FixedPortSetting::SetUp();
+        Write(kWithout);
+        World().clock.Advance(kStepMs);
+    }
+    static void Write(const char* line) { WriteIni(std::string("[SERIAL_PORT_CONFIG]\n") + line); }
+    /** The stored port, and whether the file was read for it. */
+    static std::pair<std::string, bool> Stored() {
+        const size_t before = World().faults.Count(sim::Call::ReadText);
+        VKO_CopyText(gl_tSat.strFixedSerialPort, sizeof gl_tSat.strFixedSerialPort, "OLDPORT");
+        memset(port, '?', sizeof port);
+        GetFixedSerialPort(port);
+        EXPECT_STREQ(port, gl_tSat.strFixedSerialPort);
+        return {gl_tSat.strFixedSerialPort, World().faults.Count(sim::Call::ReadText) > before};
+    }
+    /** Behind it a change of the file has another time, whatever the file system. */
+    static constexpr int64_t kStepMs = 3000;
+    static constexpr bool kRead = true;
+    static constexpr char kWithout[] = "Another=12345\n";
+    static constexpr char kWith[] = "FixarPorta=C5\n";
+};
+
+TEST_F(SettledIni, WithoutTheKeyIsReadAgainOnlyWhenItHasChanged) {
+    static_assert(sizeof kWithout == sizeof kWith, "only the time tells the two apart");
+    EXPECT_EQ(Stored(), std::pair(std::string(), kRead));
+    EXPECT_EQ(TakeLog(), Line("INF",
+                              "[-305]OK: Ini[SAT.ini]  Session[SERIAL_PORT_CONFIG]  FixarPorta= << NAO "
+                              "EXISTIR <DEFAULT>"));
+    EXPECT_EQ(Stored(), std::pair(std::string(), !kRead));
+    EXPECT_EQ(TakeLog(), Line("INF",
+                              "[-305]OK: Ini[SAT.ini]  Session[SERIAL_PORT_CONFIG]  FixarPorta= << NAO "
+                              "EXISTIR <DEFAULT>"));
+    Write(kWith);
+    EXPECT_EQ(Stored(), std::pair(std::string("C5"), kRead));
+    World().clock.Advance(kStepMs);
+    EXPECT_EQ(Stored(), std::pair(std::string("C5"), kRead));
+    EXPECT_EQ(Stored(), std::pair(std::string("C5"), kRead));
+}
+
+TEST_F(SettledIni, OfAnotherSizeIsReadEvenWithTheSameTime) {
+    EXPECT_EQ(Stored(), std::pair(std::string(), kRead));
+    const int64_t modified = World().files.Modified("SAT.ini");
+    Write("FixarPorta=COM5\n");
+    World().files.SetModified("SAT.ini", modified);
+    EXPECT_EQ(Stored(), std::pair(std::string("COM5"), kRead));
+}
+
+TEST_F(SettledIni, IsReadEachTimeWhileAnotherChangeMightNotShow) {
+    Write(kWithout);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(Stored(), std::pair(std::string(), kRead)) << i;
+        World().clock.Advance(500);
+    }
+    EXPECT_EQ(Stored(), std::pair(std::string(), kRead));
+    EXPECT_EQ(Stored(), std::pair(std::string(), !kRead));
+}
+
+TEST_F(SettledIni, IsReadEachTimeWhereSomethingElseIsMissing) {
+    for (const char* text : {"[SERIAL_PORT_CONFIG]\nFixarPorta=\n", "[OTHER]\nFixarPorta=C5\n"}) {
+        WriteIni(text);
+        World().clock.Advance(kStepMs);
+        EXPECT_EQ(Stored(), std::pair(std::string(), kRead)) << text;
+        EXPECT_EQ(Stored(), std::pair(std::string(), kRead)) << text;
+    }
+    World().files.Remove("SAT.ini");
+    EXPECT_EQ(Stored(), std::pair(std::string(), !kRead));
+    Write(kWithout);
+    World().files.SetModified("SAT.ini", 0);
+    World().faults.FailNth(sim::Call::ReadText, 1);
+    EXPECT_EQ(Stored(), std::pair(std::string(), kRead));
+    EXPECT_EQ(Stored(), std::pair(std::string(), kRead));
+    EXPECT_EQ(Stored(), std::pair(std::string(), !kRead));
+}
+
 // ---------------------------------------------------------------------------------- in the pass over all
 // keys
 

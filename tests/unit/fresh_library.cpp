@@ -19,6 +19,7 @@ void LoadFreshLibrary() {
     gl_iKnownLogFiles = 0;
     gl_uiMissingLog = 0;
     gl_uiKnownLogFolder = 0;
+    gl_uiIniWithoutFixedPort = 0;
     ResetCommandTimeouts();
     tSatRetCodeTbl[0].iCode = 4000;
     BufferClear(gl_strSatRsp, GL_DEF_MAX_SAT_PKT_SIZE);
