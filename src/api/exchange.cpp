@@ -101,8 +101,10 @@ static eExchangeStep FindPort(tExchange* exchange) {
     char strFound[sizeof exchange->strPortName] = {};
     vListComPorts(strFound);
     if (strFound[0] == '\0') {
-        plat_devices_forget();
-        return TakeEmulatorPort(exchange);
+        const eExchangeStep step = TakeEmulatorPort(exchange);
+        // With an emulator there need not be a device; without one it is missed.
+        if (step != EXCHANGE_ON) plat_devices_forget();
+        return step;
     }
     // A port's name has 15 characters, a fixed port's 127 at most: both fit.
     VKO_FormatText(exchange->strPortName, sizeof exchange->strPortName, "\\\\?\\%s", strFound);

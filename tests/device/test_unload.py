@@ -9,7 +9,7 @@ LOADS = 1000
 
 # Each exchange leaves one handle to the machine-wide lock open, on purpose; where unloading does not end that, neither
 # does loading anew. On Linux the handles of a process are one descriptor, which goes with the library.
-# Pages of 4 KiB: the records of the lock, two kilobytes a load, stay too; Wine's own loader adds as much on a busy
+# Pages of 4 KiB: the records of the lock and of the devices, two kilobytes a load, stay too; Wine's own loader adds as much on a busy
 # machine (660 pages were seen on a quiet one, 1224 on a busy one). What the library itself would leave behind is larger.
 MOST_PAGES = 2048
 

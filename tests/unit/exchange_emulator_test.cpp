@@ -19,6 +19,8 @@ TEST_F(ExchangeEmulator, ItsConfiguredPortIsUsed) {
     EXPECT_STREQ(ConsultarSAT(1), "emulated");
     EXPECT_THAT(LogOf("Communicate"),
                 Contains("WRN [Communicate]Lnx:WR Port[00008:\\\\?\\COM7]PLMQ:USING_SAT_EMULATOR!!\n"));
+    // That there is no device is as it should be: the list was right.
+    EXPECT_EQ(World().faults.Count(sim::Call::DevicesForget), 0U);
 }
 
 TEST_F(ExchangeEmulator, ADeviceThatIsFoundComesFirst) {
@@ -50,6 +52,12 @@ TEST_F(ExchangeEmulator, OnCom1AFailedSendIsAMissingDeviceToo) {
 /** Enabled, but without a usable port: the call returns at once and keeps the lock. */
 class ExchangeEmulatorWithoutPort : public ExchangeEmulator,
                                     public testing::WithParamInterface<const char*> {};
+
+TEST_P(ExchangeEmulatorWithoutPort, TheDeviceIsMissed) {
+    Enable(GetParam());
+    ConsultarSAT(5);
+    EXPECT_EQ(World().faults.Count(sim::Call::DevicesForget), 1U);
+}
 
 TEST_P(ExchangeEmulatorWithoutPort, TheCallersCommandStaysInTheBuffer) {
     Enable(GetParam());

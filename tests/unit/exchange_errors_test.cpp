@@ -35,7 +35,7 @@ TEST_F(ExchangeErrors, NoDevice) {
 }
 
 // What the platform knows of the present devices was wrong, or soon is.
-TEST_F(ExchangeErrors, ADeviceThatWasNotFoundOrNotOpenedHasTheDevicesListedAnew) {
+TEST_F(ExchangeErrors, ADeviceThatIsMissedOrDoesNotOpenHasTheDevicesListedAnew) {
     const auto forgotten = [] { return World().faults.Count(sim::Call::DevicesForget); };
     Call();
     EXPECT_EQ(forgotten(), 1U);

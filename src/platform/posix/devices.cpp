@@ -69,22 +69,29 @@ static HandleTable<DeviceSet>& DeviceSets() {
     return table;
 }
 
-/** Reads the one line of a file that was just opened; empty when the descriptor is none. */
-static std::string ReadLine(const Descriptor& file) {
-    char line[4096];
-    const ssize_t count = read(file.number(), line, sizeof line);
-    const std::string text(line, static_cast<size_t>(std::max<ssize_t>(count, {})));
-    return text.substr(0, text.find_first_of(std::string_view("\n\0", 2)));
-}
-
-static int OpenLine(int folder, const std::string& name) {
-    return openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-}
-
 /** Marks the list when a file was not opened although it may be there. Returns the descriptor. */
 static int Noted(int descriptor, DeviceList* list) {
     if (descriptor == kNoDescriptor && errno != ENOENT && errno != ENOTDIR) list->whole = false;
     return descriptor;
+}
+
+static int OpenLine(int folder, const std::string& name, DeviceList* list) {
+    return Noted(openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK), list);
+}
+
+/** Reads the one line of a file that was just opened; empty when the descriptor is none. Marks the list when
+ * the line is there but cannot be read. */
+static std::string ReadLine(const Descriptor& file, DeviceList* list) {
+    if (!file.IsOpen()) return "";
+    char line[4096];
+    ssize_t count = {};
+    // The kernel asks the device for some of them, and lets a signal come in between.
+    do {
+        count = read(file.number(), line, sizeof line);
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) list->whole = false;
+    const std::string text(line, static_cast<size_t>(std::max<ssize_t>(count, {})));
+    return text.substr(0, text.find_first_of(std::string_view("\n\0", 2)));
 }
 
 static bool Exists(int folder, const std::string& name) {
@@ -99,9 +106,9 @@ enum class Hardware { kUnknown, kNone, kThere };
  * the type 0. A USB port has no type: its entry goes away with the device.
  */
 static Hardware BuiltInHardware(const std::string& entry, DeviceList* list) {
-    const Descriptor type(Noted(OpenLine(AT_FDCWD, entry + "/type"), list));
+    const Descriptor type(OpenLine(AT_FDCWD, entry + "/type", list));
     if (!type.IsOpen() && errno == ENOENT) return Hardware::kUnknown;
-    return strtol(ReadLine(type).c_str(), nullptr, 10) == 0 ? Hardware::kNone : Hardware::kThere;
+    return strtol(ReadLine(type, list).c_str(), nullptr, 10) == 0 ? Hardware::kNone : Hardware::kThere;
 }
 
 /** The product text of the USB device that a port's hardware belongs to; empty when there is none. */
@@ -111,7 +118,7 @@ static std::string UsbProduct(int hardware, DeviceList* list) {
     std::string floor;
     for (int count = 0; count < 4; ++count, floor += "../") {
         if (!Exists(hardware, floor + "idVendor")) continue;
-        return ReadLine(Descriptor(Noted(OpenLine(hardware, floor + "product"), list)));
+        return ReadLine(Descriptor(OpenLine(hardware, floor + "product", list)), list);
     }
     return "";
 }
@@ -156,23 +163,25 @@ static std::map<uint32_t, std::string> ListPorts(const std::string& tty_class_fo
         list->whole = false;
         return ports;
     }
+    // The end and an error look alike but for errno.
+    errno = 0;
     while (const dirent* entry = readdir(folder.get())) {
         for (const PortKind& kind : kPortKinds) {
             const uint32_t index = IndexInKind(entry->d_name, kind);
             if (index < kind.count) ports[kind.first + index] = entry->d_name;
         }
+        errno = 0;
     }
+    if (errno != 0) list->whole = false;
     return ports;
 }
 
-static std::shared_ptr<const DeviceList> ListDevices(const std::string& tty_class_folder) {
-    auto list = std::make_shared<DeviceList>();
-    for (const auto& [number, name] : ListPorts(tty_class_folder, list.get())) {
+static void ListDevices(const std::string& tty_class_folder, DeviceList* list) {
+    for (const auto& [number, name] : ListPorts(tty_class_folder, list)) {
         std::string entry = tty_class_folder;
         entry.append("/").append(name);
-        AddIfPresent(entry, number, list.get());
+        AddIfPresent(entry, number, list);
     }
-    return list;
 }
 
 static KnownDevices& TheKnownDevices() {
@@ -192,12 +201,12 @@ static std::shared_ptr<const DeviceList> FindKnown(const std::string& events, St
 
 /** The devices, for which the system is asked only when they may have changed. */
 static std::shared_ptr<const DeviceList> FindDevices(const char* tty_class_folder, const char* event_count) {
-    // Both before the list is made, so that what changes meanwhile is seen by the next one.
-    std::string events = ReadLine(Descriptor(OpenLine(AT_FDCWD, event_count)));
+    auto list = std::make_shared<DeviceList>();
+    // Both before the devices are listed, so that what changes meanwhile is seen the next time.
+    std::string events = ReadLine(Descriptor(OpenLine(AT_FDCWD, event_count, list.get())), list.get());
     const SteadyTime now = std::chrono::steady_clock::now();
-    std::shared_ptr<const DeviceList> list = FindKnown(events, now);
-    if (list != nullptr) return list;
-    list = ListDevices(tty_class_folder);
+    if (auto found = FindKnown(events, now)) return found;
+    ListDevices(tty_class_folder, list.get());
     if (events.empty() || !list->whole) return list;
     KnownDevices& known = TheKnownDevices();
     const std::lock_guard<std::mutex> lock(known.guard);
@@ -280,6 +289,12 @@ bool plat_devices_close(plat_handle devices) {
     return DeviceSets().Remove(devices) != nullptr;
 }
 
-/** The kernel counts behind each change, so that a list is never older than its count, and a list with gaps
- * is not kept: a new one would be the same. */
-void plat_devices_forget() {}
+void plat_devices_forget() {
+    try {
+        KnownDevices& known = TheKnownDevices();
+        const std::lock_guard<std::mutex> lock(known.guard);
+        known.list = nullptr;
+    } catch (...) {
+        // There is not even room to know anything.
+    }
+}

@@ -99,12 +99,13 @@ static void MakeRaw(termios* line) {
     line->c_cflag &= ~static_cast<tcflag_t>(CRTSCTS);
 }
 
-/** Whether two lines agree in all that is set here, the speed among the flags. A port keeps its settings, so
- * behind the first exchange there is nothing to set. */
+/** Whether two lines agree in all that is set here. A port keeps its settings, so behind the first exchange
+ * there is nothing to set. */
 static bool AreAlike(const termios& one, const termios& other) {
     return one.c_iflag == other.c_iflag && one.c_oflag == other.c_oflag && one.c_lflag == other.c_lflag &&
            one.c_cflag == other.c_cflag && one.c_cc[VMIN] == other.c_cc[VMIN] &&
-           one.c_cc[VTIME] == other.c_cc[VTIME];
+           one.c_cc[VTIME] == other.c_cc[VTIME] && cfgetospeed(&one) == cfgetospeed(&other) &&
+           cfgetispeed(&one) == cfgetispeed(&other);
 }
 
 bool SetRawLine(int descriptor, const termios& settings) {

@@ -137,7 +137,7 @@ TEST_F(PtyPort, AnOpenThatFailsInTheMiddleLeavesThePortToOthers) {
 }
 
 TEST_F(PtyPort, SettingsThatTheSystemRefusesAreAFailure) {
-    // A rate of its own for each, since a line that has its settings is left alone.
+    // The last one asks for another rate, since the one before set the line and only then failed.
     struct Row {
         const char* mode;
         SystemCall* call;

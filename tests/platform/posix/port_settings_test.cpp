@@ -206,3 +206,21 @@ TEST_F(PtyPort, ALineThatHasItsSettingsIsLeftAlone) {
     EXPECT_TRUE(plat_port_apply(port, &settings));
     ExpectRaw(other);
 }
+
+TEST_F(PtyPort, ALineThatLacksOneSettingGetsIt) {
+    const auto apply = [this](const char* mode) {
+        plat_line_settings settings = {};
+        EXPECT_TRUE(plat_port_parse_mode(mode, &settings));
+        return plat_port_apply(port, &settings);
+    };
+    termios line = {};
+    ASSERT_TRUE(apply("1200,n,8,1"));
+    ASSERT_TRUE(apply("1200,n,8,2"));
+    ASSERT_EQ(tcgetattr(other, &line), 0);
+    EXPECT_NE(line.c_cflag & CSTOPB, 0u);
+    ASSERT_TRUE(apply("2400,n,8,2"));
+    ASSERT_EQ(tcgetattr(other, &line), 0);
+    EXPECT_EQ(cfgetospeed(&line), static_cast<speed_t>(B2400));
+    // A pseudo terminal has eight bits always: that it took nothing has to be told.
+    EXPECT_FALSE(apply("2400,n,7,2"));
+}
