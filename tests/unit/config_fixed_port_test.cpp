@@ -46,6 +46,7 @@ TEST_F(FixedPortSetting, AMissingFileOrSectionCountsAsAMissingKey) {
     EXPECT_EQ(GetFixedSerialPort(port), 0);
     EXPECT_STREQ(port, "");
     EXPECT_STREQ(gl_tSat.strFixedSerialPort, "");
+    EXPECT_THAT(TakeLog(), testing::HasSubstr("rc[-301]OK: Ini[SAT.ini]"));
     WriteIni("[OTHER]\nFixarPorta=COM3\n");
     EXPECT_EQ(GetFixedSerialPort(port), 0);
 }
