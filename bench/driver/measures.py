@@ -22,6 +22,9 @@ WAITS_MS = 13.0
 # On a slow line the first of these passes while the bytes are under way.
 WAITS_BEHIND_THE_WIRE_MS = 12.0
 
+# After so long a file system's clock has gone on, with some room.
+SETTLED_S = 2.5
+
 BAUD = 115200
 # The fastest that a device on a full-speed USB line is: a megabyte a second.
 FASTEST_BAUD = 10_000_000
@@ -60,6 +63,11 @@ class Stage:
             self.machine(kind).device.set("reply", 0)
             # The first call of a process makes ready what later ones find.
             side.exchange("ConsultarSAT")
+            if log_mode is not None:
+                # It also makes the day's logs, whose folder the library looks through at each call until a further
+                # change of it would show: once a day in a shop, but half of a row here.
+                time.sleep(SETTLED_S)
+                side.exchange("ConsultarSAT")
             self._sides[kind, log_mode] = side
         return self._sides[kind, log_mode]
 
