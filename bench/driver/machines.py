@@ -57,12 +57,16 @@ class Machine:
         self._sides.append(side)
         return side
 
-    def library(self, log_mode):
-        """A program that calls the library, in a folder of its own."""
+    def shop(self, log_mode):
+        """A folder for the library, with its settings."""
         folder = tempfile.mkdtemp(dir=self._folder)
         with open(os.path.join(folder, "SAT.ini"), "w", encoding="ascii", newline="\n") as file:
             file.write(settings(log_mode, self.emulator_port))
-        return self.start([*self.program("bench_library_side"), self.product], folder)
+        return folder
+
+    def library(self, log_mode, folder=None):
+        """A program that calls the library, in a folder of its own unless one is given."""
+        return self.start([*self.program("bench_library_side"), self.product], folder or self.shop(log_mode))
 
     def minimal(self):
         """The same exchanges without the library."""

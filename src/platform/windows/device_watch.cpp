@@ -53,12 +53,15 @@ static bool AskForReports() {
 
 static bool AwaitReports() {
     if (NothingReported()) return true;
-    if (changed == nullptr) changed = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-    if (changed == nullptr) return false;
-    CloseTrees();
-    // Between the two, so that neither the end of the old question stays nor the answer to the new one is
-    // lost.
-    ResetEvent(changed);
+    if (changed == nullptr) {
+        changed = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+        if (changed == nullptr) return false;
+    } else {
+        CloseTrees();
+        // Between the two, so that neither the end of the old question stays nor the answer to the new one is
+        // lost.
+        ResetEvent(changed);
+    }
     awaiting = AskForReports();
     return awaiting;
 }
