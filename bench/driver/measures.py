@@ -227,7 +227,7 @@ def first_call(stage, pairs):
         return elapsed
 
     # Some three hundred requests to that server are in each: a minute in which the host is busy must not be all of it.
-    # A till starts each morning in the folder of the day before.
+    # A till's program starts where it ran before: settings, folder and logs of the day are there.
     shop = machine.shop(1)
     first(lambda: machine.library(1, shop))
     return [(first(lambda: machine.library(1, shop)), first(machine.minimal)) for _ in range(4 * pairs)]
