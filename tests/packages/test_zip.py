@@ -46,6 +46,13 @@ class ZipTest(unittest.TestCase):
             self.assertIn("kernel32", needed)
             self.assertLessEqual(needed, SYSTEM, name)
 
+    def test_library_names_what_it_needs_as_the_files_are_named(self):
+        listing = packages.run("x86_64-w64-mingw32-objdump", "-p",
+                               os.path.join(packages.unpacked_zip(), "ZANTIR64.dll")).stdout.decode("ascii", "replace")
+        # Every process has the one in capitals before.
+        self.assertEqual({"KERNEL32.dll", "advapi32.dll", "msvcrt.dll", "setupapi.dll"},
+                         set(re.findall(r"DLL Name: (.+)", listing)))
+
     def test_programs_carry_no_debug_information(self):
         for name in PROGRAMS:
             sections = packages.run("x86_64-w64-mingw32-objdump", "-h",
