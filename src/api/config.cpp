@@ -257,6 +257,11 @@ static void Apply(const tKeyReading& reading) {
     }
 }
 
+/** Hardly any "SAT.ini" has the key: what has none is not read for it again until it changes. */
+static void NoteFixedPort(const tIniFile& file, int rc) {
+    if (rc == INI_FILE_ERR_ITEM_NOT_FOUND && file.bSettled) gl_uiIniWithoutFixedPort = file.uiState;
+}
+
 static void ReadAndApply(const tIniFile& file, const tConfigKey& key, int iStep) {
     tKeyReading reading = {&key, iStep, {}, KEY_PRESENT, {}};
     // A text field smaller than the value buffer bounds the read, so that an over-long value is cut and
@@ -268,10 +273,11 @@ static void ReadAndApply(const tIniFile& file, const tConfigKey& key, int iStep)
     } else if (reading.strValue[0] == '\0') {
         reading.eFound = KEY_EMPTY;
     }
+    if (key.eAction == KEY_FIXED_PORT) NoteFixedPort(file, reading.rc);
     Apply(reading);
 }
 
-int UpdateZantirConfiguration() {
+int UpdateZantirConfiguration(tIniFile* file) {
     int iStep = 0;
     if (IniMissing(VKO_FileExist(ZANTIR_INI_FILE))) {
         const int rc = CreateFile_ZantirIni();
@@ -284,6 +290,10 @@ int UpdateZantirConfiguration() {
             return rc;
         }
     }
+    if (file->rc != INI_FILE_OK) {
+        VKO_FreeIniFile(*file);
+        *file = VKO_LoadIniFile(ZANTIR_INI_FILE);
+    }
     if (SatStateInitialised()) {
         API_LOG_OWN_FRONT(VKO_LOG_INF,
                           "[%04d]  %s  %s  rc[%04d]OK:PASS  STEP%02da  ZantirIniFileName[%s]OK\n", 0, iStep,
@@ -291,13 +301,18 @@ int UpdateZantirConfiguration() {
     }
     ResetCommandTimeouts();
     // The count stands at 0 for the first key, so a complete pass over the 31 keys returns 30.
-    const tIniFile file = VKO_LoadIniFile(ZANTIR_INI_FILE);
     for (const tConfigKey& key : CONFIG_KEYS) {
         if (&key != CONFIG_KEYS) ++iStep;
-        ReadAndApply(file, key, iStep);
+        ReadAndApply(*file, key, iStep);
     }
-    VKO_FreeIniFile(file);
     return iStep;
+}
+
+int UpdateZantirConfiguration() {
+    tIniFile file = VKO_LoadIniFile(ZANTIR_INI_FILE);
+    const int rc = UpdateZantirConfiguration(&file);
+    VKO_FreeIniFile(file);
+    return rc;
 }
 
 static void ClearFixedPort() {
@@ -306,26 +321,15 @@ static void ClearFixedPort() {
 
 static const char FIXED_PORT_SECTION[] = "SERIAL_PORT_CONFIG";
 
-/** Size and last change of a file in one number, so that threads never see them apart. */
-static uint64_t SizeWithChange(const plat_file_status& status) {
-    // The seconds of five centuries take 34 bits.
-    return (static_cast<uint64_t>(status.size) << 34U) ^ static_cast<uint64_t>(status.modified);
-}
-
-/**
- * Reads the key. Hardly any "SAT.ini" has it, and that it lacks it is not logged: then the file is read again
- * only when it has changed.
- */
 static int ReadFixedPort(char* pFixedSerialPort) {
-    plat_file_status status = {};
-    const bool bFound = plat_file_query(ZANTIR_INI_FILE, &status);
-    const uint64_t uiIni = bFound ? SizeWithChange(status) : 0;
+    const uint64_t uiIni = VKO_GetIniState(ZANTIR_INI_FILE);
+    // That the key is not there is not logged.
     if (uiIni != 0 && uiIni == gl_uiIniWithoutFixedPort) return INI_FILE_ERR_ITEM_NOT_FOUND;
-    // Asked before the file is read, so that whatever changes meanwhile shows too.
-    const bool bShows = bFound && VKO_ChangeShows(status.modified);
-    const int rc = VKO_GetIniFileValueSized(ZANTIR_INI_FILE, FIXED_PORT_SECTION, "FixarPorta",
-                                            pFixedSerialPort, VALUE_SIZE);
-    if (rc == INI_FILE_ERR_ITEM_NOT_FOUND && bShows) gl_uiIniWithoutFixedPort = uiIni;
+    const tIniFile file = VKO_LoadIniFile(ZANTIR_INI_FILE);
+    const int rc =
+        VKO_GetLoadedIniValue(file, FIXED_PORT_SECTION, "FixarPorta", pFixedSerialPort, VALUE_SIZE);
+    NoteFixedPort(file, rc);
+    VKO_FreeIniFile(file);
     return rc;
 }
 

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "../vko_utils/ini_file.h"
+
 constexpr int ERR_FIXED_PORT_NULL = -5002;
 
 /** Bytes that a fixed port's name takes with its NUL. */
@@ -32,7 +34,11 @@ int CreateFile_ZantirIni();
  */
 int UpdateZantirConfiguration();
 
-/** Size << 34 ^ last change of a "SAT.ini" that was read and has no fixed port; 0 when none is known. */
+/** The same from "SAT.ini" as VKO_LoadIniFile found it. It is read again where that failed, as for one that
+ * had to be made first. */
+int UpdateZantirConfiguration(tIniFile* file);
+
+/** VKO_GetIniState of a "SAT.ini" that was read and has no fixed port; 0 when none is known. */
 extern std::atomic<uint64_t> gl_uiIniWithoutFixedPort;
 
 /**

@@ -34,24 +34,19 @@ static void LogStart(int rc) {
         ZANTIR_VERSION_BANNER, ZANTIR_LIB_VERSION, ZANTIR_BUILD_STAMP, ZANTIR_PLATFORM_BITS);
 }
 
-/** The modification time of "SAT.ini"; false when it cannot be read. */
-static bool IniModified(int64_t* piModified) {
-    plat_file_status status;
-    if (!plat_file_query(ZANTIR_INI_FILE, &status)) return false;
-    *piModified = status.modified;
-    return true;
-}
-
 static int Initialise() {
     memset(&gl_tSat, 0, sizeof gl_tSat);
     CreateMissingIni();
-    const int rc = VKO_SetIniFileLogMode(SAT_API_LOG, ZANTIR_INI_FILE);
-    UpdateZantirConfiguration();
+    tIniFile ini = VKO_LoadIniFile(ZANTIR_INI_FILE);
+    const int rc = VKO_SetIniFileLogMode(SAT_API_LOG, ini);
+    UpdateZantirConfiguration(&ini);
     LogStart(rc);
     gl_tLogFlags.iWarning = 0;
-    VKO_SetIniFileLogMode(SAT_API_LOG, ZANTIR_INI_FILE);
-    IniModified(&gl_tSat.iConfigTime);
-    UpdateZantirConfiguration();
+    VKO_SetIniFileLogMode(SAT_API_LOG, ini);
+    UpdateZantirConfiguration(&ini);
+    // Of the file that was read: a change since then shows in the next call.
+    gl_tSat.iConfigTime = ini.iModified;
+    VKO_FreeIniFile(ini);
     // The first row of the catalogue gets the code 0 for the rest of the process, so that a look-up of 4000
     // finds nothing and one of 0 finds "SAT Ativado Corretamente": on purpose. Two other codes are stored
     // there before; only the last one remains.
@@ -65,10 +60,10 @@ int init_global_sat_struct() {
     if (!SatStateInitialised()) return Initialise();
     TraleFileLogSzCtl();
     ProtLogFileSzCtl();
-    int64_t iModified = {};
-    if (!IniModified(&iModified) || iModified == gl_tSat.iConfigTime) return 1;
+    plat_file_status status;
+    if (!plat_file_query(ZANTIR_INI_FILE, &status) || status.modified == gl_tSat.iConfigTime) return 1;
     UpdateZantirConfiguration();
     VKO_SetIniFileLogMode(SAT_API_LOG, ZANTIR_INI_FILE);
-    gl_tSat.iConfigTime = iModified;
+    gl_tSat.iConfigTime = status.modified;
     return 1;
 }

@@ -24,6 +24,10 @@ constexpr int INI_FILE_ERR_CREATE = -401;
  * long. */
 constexpr int32_t INI_FILE_LARGEST = 128 * 1024 * 1024;
 
+/** Size << 34 ^ last change of a file, which tell whether it is still the one that was read; 0 for a missing
+ * one. */
+uint64_t VKO_GetIniState(const char* pIniFileName);
+
 /** A file's text in memory, for a pass over many items. Look-ups do not change it. */
 struct tIniFile {
     const char* pName;    ///< the caller's; must live as long as this
@@ -31,9 +35,13 @@ struct tIniFile {
     const char* pReason;  ///< ends the line of a failed look-up
     char* pText;          ///< zero-filled behind its end; NULL when there is none
     size_t textSize;      ///< bytes that came from the file
+    int64_t iModified;    ///< its last change before the reading, seconds since 1970; 0 for a missing file
+    uint64_t uiState;     ///< VKO_GetIniState before the reading
+    bool bSettled;        ///< a change behind the reading is sure to show in its state
 };
 
-/** Reads a file for VKO_GetLoadedIniValue. A failure is kept for the look-ups, not reported. */
+/** Reads a file for VKO_GetLoadedIniValue and VKO_SetIniFileLogMode. A failure is kept for the look-ups, not
+ * reported. */
 tIniFile VKO_LoadIniFile(const char* pIniFileName);
 
 /** Releases what VKO_LoadIniFile took; the file is not to be asked any more. */

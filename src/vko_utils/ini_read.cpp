@@ -112,26 +112,49 @@ static int RefuseNull(const char* pIniFileName, const char* pSession, const char
     return INI_FILE_ERR_INVALID_PARAM;
 }
 
-static tIniFile NotLoaded(const char* pIniFileName, int rc, const char* pReason) {
-    return {pIniFileName, rc, pReason, nullptr, {}};
+static uint64_t StateOf(const plat_file_status& status) {
+    // Both in one number, so that threads never see them apart. The seconds of five centuries take 34 bits.
+    return (static_cast<uint64_t>(status.size) << 34U) ^ static_cast<uint64_t>(status.modified);
+}
+
+uint64_t VKO_GetIniState(const char* pIniFileName) {
+    plat_file_status status;
+    return plat_file_query(pIniFileName, &status) ? StateOf(status) : 0;
+}
+
+static tIniFile NotLoaded(tIniFile file, int rc, const char* pReason) {
+    file.rc = rc;
+    file.pReason = pReason;
+    return file;
 }
 
 tIniFile VKO_LoadIniFile(const char* pIniFileName) {
-    if (pIniFileName == nullptr) return NotLoaded(pIniFileName, INI_FILE_ERR_INVALID_PARAM, "");
-    const int32_t sztFileSize = VKO_FileExist(pIniFileName);
-    if (sztFileSize < 0) return NotLoaded(pIniFileName, INI_FILE_ERR_NOT_FOUND, "");
-    if (sztFileSize == 0) return NotLoaded(pIniFileName, INI_FILE_ERR_NOT_FOUND, " sztFileSize[0]=0");
-    if (sztFileSize > INI_FILE_LARGEST) return NotLoaded(pIniFileName, INI_FILE_ERR_OPEN, " TOO LARGE");
+    tIniFile file = {pIniFileName, INI_FILE_OK, "", nullptr, {}, {}, {}, {}};
+    if (pIniFileName == nullptr) return NotLoaded(file, INI_FILE_ERR_INVALID_PARAM, "");
+    plat_file_status status;
+    if (!plat_file_query(pIniFileName, &status)) {
+        // It reports the missing file.
+        VKO_FileExist(pIniFileName);
+        return NotLoaded(file, INI_FILE_ERR_NOT_FOUND, "");
+    }
+    // Before the reading, so that whatever changes meanwhile shows.
+    file.bSettled = VKO_ChangeShows(status.modified);
+    file.iModified = status.modified;
+    file.uiState = StateOf(status);
+    if (status.size == 0) return NotLoaded(file, INI_FILE_ERR_NOT_FOUND, " sztFileSize[0]=0");
+    if (status.size > INI_FILE_LARGEST) return NotLoaded(file, INI_FILE_ERR_OPEN, " TOO LARGE");
     tIniText text;
-    switch (IniLoad(pIniFileName, static_cast<size_t>(sztFileSize), 1024, &text)) {
+    switch (IniLoad(pIniFileName, static_cast<size_t>(status.size), 1024, &text)) {
         case INI_NO_MEMORY:
-            return NotLoaded(pIniFileName, INI_FILE_ERR_OPEN, " calloc() Fail");
+            return NotLoaded(file, INI_FILE_ERR_OPEN, " calloc() Fail");
         case INI_NO_OPEN:
-            return NotLoaded(pIniFileName, INI_FILE_ERR_OPEN, " fopen() Fail");
+            return NotLoaded(file, INI_FILE_ERR_OPEN, " fopen() Fail");
         case INI_LOADED:
             break;
     }
-    return {pIniFileName, INI_FILE_OK, "", text.pText, text.fileSize};
+    file.pText = text.pText;
+    file.textSize = text.fileSize;
+    return file;
 }
 
 void VKO_FreeIniFile(const tIniFile& file) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "../platform/platform.h"
+#include "ini_file.h"
 #include "utils_source.h"
 
 /** Levels of a log line. Each is one bit; any other value is written with the tag "Unk". */
@@ -110,6 +111,9 @@ inline uint32_t LogHandle(const void* pointer) {
  * @return the new level mask (0, 1, 3, 7, 15, 31), or the negative INI error when "LogMode" could not be read
  */
 int VKO_SetIniFileLogMode(const char* logName, const char* iniFileName);
+
+/** The same from a file as VKO_LoadIniFile found it, which has a name. */
+int VKO_SetIniFileLogMode(const char* logName, const tIniFile& file);
 
 /** The log that TraleFileLogSzCtl found missing and need not look for; 0 when it has to look, as behind each
  * line. */

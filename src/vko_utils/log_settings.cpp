@@ -109,19 +109,13 @@ static const tLogMode& ModeOf(char cMode) {
     return FALLBACK_MODE;
 }
 
-int VKO_SetIniFileLogMode(const char* logName, const char* iniFileName) {
-    if (iniFileName == nullptr) {
-        CONFIGURE_LOG(VKO_LOG_ERR, "[%04d] %s %s rc[%04d]ER pIniFileName=NULL\n", INI_FILE_ERR_INVALID_PARAM);
-    }
-    ResetSettings(logName);
-    const tIniFile file = VKO_LoadIniFile(iniFileName);
+static int ReadSettings(const tIniFile& file) {
     ReadFolder(file);
     ReadName(file);
     ReadMaxSize(file);
 
     char value[512] = {};
     const tLogKey key = ReadKey(file, "LogMode", value);
-    VKO_FreeIniFile(file);
     if (key.rc < 0) {
         gl_tLogSettings.iLevelMask = 1;
         gl_tLogFlags.iError = 1;
@@ -132,8 +126,24 @@ int VKO_SetIniFileLogMode(const char* logName, const char* iniFileName) {
     gl_tLogSettings.iLevelMask = mode.iMask;
     if (mode.pFlag != nullptr) gl_tLogFlags.*mode.pFlag = 1;
     CONFIGURE_LOG(VKO_LOG_WRN, "[%04d] %s %s rc[%04d]WR FileName[%s] Session[%s] item[%s=%s]%s\n", mode.iMask,
-                  iniFileName, SECTION, key.pItem, value, mode.pReport);
+                  key.pIniFileName, SECTION, key.pItem, value, mode.pReport);
     gl_tLogSettings.uiConfigTick = VKO_GetTickOfDay();
     if (value[0] != '2') gl_tLogFlags.iWarning = 0;
     return gl_tLogSettings.iLevelMask;
+}
+
+int VKO_SetIniFileLogMode(const char* logName, const char* iniFileName) {
+    if (iniFileName == nullptr) {
+        CONFIGURE_LOG(VKO_LOG_ERR, "[%04d] %s %s rc[%04d]ER pIniFileName=NULL\n", INI_FILE_ERR_INVALID_PARAM);
+    }
+    ResetSettings(logName);
+    const tIniFile file = VKO_LoadIniFile(iniFileName);
+    const int rc = ReadSettings(file);
+    VKO_FreeIniFile(file);
+    return rc;
+}
+
+int VKO_SetIniFileLogMode(const char* logName, const tIniFile& file) {
+    ResetSettings(logName);
+    return ReadSettings(file);
 }

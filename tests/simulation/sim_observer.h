@@ -22,14 +22,14 @@ class Observer {
     virtual ~Observer() = default;
 
     /** A call with its main number (milliseconds, signal, handle; else 0), and what it returned. */
-    virtual void OnCall(Call call, int64_t argument, int64_t result) = 0;
+    virtual void OnCall(Call /*call*/, int64_t /*argument*/, int64_t /*result*/) {}
 
-    virtual void OnOpen(const char* path, plat_handle port) = 0;
-    virtual void OnRead(const uint8_t* buffer, uint32_t size, uint32_t read) = 0;
-    virtual void OnWrite(const uint8_t* bytes, uint32_t size, uint32_t written) = 0;
+    virtual void OnOpen(const char* /*path*/, plat_handle /*port*/) {}
+    virtual void OnRead(const uint8_t* /*buffer*/, uint32_t /*size*/, uint32_t /*read*/) {}
+    virtual void OnWrite(const uint8_t* /*bytes*/, uint32_t /*size*/, uint32_t /*written*/) {}
 
     /** Any call at all is made to fail, or the process to end at it (way -1); told before that happens. */
-    virtual void OnFault(Call call, int way) = 0;
+    virtual void OnFault(Call /*call*/, int /*way*/) {}
 };
 
 }  // namespace sim

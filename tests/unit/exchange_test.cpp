@@ -130,10 +130,6 @@ struct ClosingOut : sim::Observer {
     void OnCall(sim::Call call, int64_t, int64_t) override {
         if (call == sim::Call::PortFlush) gl_hComm = PLAT_INVALID_HANDLE;
     }
-    void OnOpen(const char*, plat_handle) override {}
-    void OnRead(const uint8_t*, uint32_t, uint32_t) override {}
-    void OnWrite(const uint8_t*, uint32_t, uint32_t) override {}
-    void OnFault(sim::Call, int) override {}
 };
 
 TEST_F(Exchange, TheOpenPortIsKnownAgainBehindAnotherThreadsCloseOut) {

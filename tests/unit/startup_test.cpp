@@ -121,6 +121,51 @@ TEST_F(Startup, TheConfigurationIsReadTwiceAtTheStart) {
     EXPECT_EQ(passes, 2U);
 }
 
+TEST_F(Startup, TheFirstCallReadsTheIniFromTheDiskOnce) {
+    WriteIniWithLog('1');
+    Later();
+    sim::HonestDevice device = DeviceThatSays("ok");
+    AttachDevice(&device);
+    const uint64_t read = World().faults.Count(sim::Call::ReadText);
+    EXPECT_STREQ(ConsultarSAT(1), "ok");
+    EXPECT_EQ(World().faults.Count(sim::Call::ReadText) - read, 1U);
+}
+
+TEST_F(Startup, AnIniThatCannotBeReadAtFirstIsReadAgain) {
+    WriteIni("[LOG]\nLogMode=5\n[SAT_EMULATOR]\nEnable=1\n");
+    World().faults.FailNth(sim::Call::ReadText, 1);
+    init_global_sat_struct();
+    EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1);
+    EXPECT_EQ(gl_tLogSettings.iLevelMask, 31);
+}
+
+TEST_F(Startup, AnEmptyIniIsFilledAndReadInTheSameCall) {
+    WriteIni("");
+    Later();
+    init_global_sat_struct();
+    EXPECT_EQ(FileText("SAT.ini"), DefaultIni());
+    EXPECT_EQ(gl_tSat.iWriteTotalTimeoutConstant, 1000);
+    EXPECT_EQ(gl_tLogSettings.iLogFileMaxSize, 1300000);
+    EXPECT_EQ(gl_tSat.iConfigTime, World().files.Modified("SAT.ini"));
+}
+
+TEST_F(Startup, AChangeDuringTheStartIsReadAtTheNextCall) {
+    struct Editor : sim::Observer {
+        void OnFault(sim::Call, int) override {
+            Later();
+            WriteIni("[SAT_EMULATOR]\nEnable=1\n");
+        }
+    } editor;
+    WriteIni("[LOG]\nLogFilePath=Log\nLogMode=1\n");
+    World().observer = &editor;
+    World().faults.FailNth(sim::Call::CreateFolder, 1);
+    init_global_sat_struct();
+    World().observer = nullptr;
+    ASSERT_NE(FileText("SAT.ini").find("Enable=1"), std::string::npos);
+    EXPECT_EQ(init_global_sat_struct(), 1);
+    EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1);
+}
+
 TEST_F(Startup, TheCataloguesFirstRowCarriesCodeZeroFromThenOn) {
     EXPECT_STREQ(SAT_Get_RetCodeMessage(4000, nullptr), "SAT Ativado Corretamente");
     VersaoDllZantir();
