@@ -38,12 +38,13 @@ def measured(chosen, pairs):
     result = []
     with measures.Stage() as stage:
         for row in chosen:
-            start, times = time.monotonic(), quiet.processor_times()
+            start = time.monotonic()
             print(f"   {row.name} ...", end="", file=sys.stderr, flush=True)
-            figure = figures.judge(row.name, row.what, row.limit_is, row.unit, row.goal, row.measure(stage, pairs))
-            figure = dataclasses.replace(figure, stolen=quiet.stolen(times, quiet.processor_times()))
+            (figure, stolen), *others = quiet.quietest(lambda row=row: figures.judge(
+                row.name, row.what, row.limit_is, row.unit, row.goal, row.measure(stage, pairs)))
+            set_aside = tuple((other.compared, others_stolen) for other, others_stolen in others)
+            result.append(dataclasses.replace(figure, stolen=stolen, set_aside=set_aside))
             print(f" {time.monotonic() - start:.1f} s", file=sys.stderr, flush=True)
-            result.append(figure)
     return result
 
 

@@ -68,7 +68,8 @@ class Goal:
 @dataclasses.dataclass(frozen=True)
 class Figure:
     """A judged row. `compared` is the median over the pairs of what the goal compares; `low` and `high` are its
-    quartiles. `stolen` is the share of the machine's time that its host took meanwhile."""
+    quartiles. `stolen` is the share of the machine's time that its host took meanwhile. `set_aside` has the compared
+    and the stolen of the tries in which the host took more."""
     row: str
     what: str
     limit_is: str
@@ -81,6 +82,7 @@ class Figure:
     high: float
     goal: Goal
     stolen: float = 0.0
+    set_aside: tuple[tuple[float, float], ...] = ()
 
     @property
     def ratio(self):
@@ -111,7 +113,7 @@ def extremes(rounds):
     return [(values[largest], values[smallest]) for values in rounds]
 
 
-HEADINGS = ("row", "what", "measured", "limit", "ratio", "quartiles", "goal", "met", "stolen")
+HEADINGS = ("row", "what", "measured", "limit", "ratio", "quartiles", "goal", "met", "stolen", "tries")
 
 
 def cells(figure):
@@ -120,7 +122,7 @@ def cells(figure):
     met = {True: "yes", False: "NO", None: "-"}[figure.met]
     return (figure.row, figure.what, f"{figure.measured:.4g} {figure.unit}", f"{figure.limit:.4g} {figure.unit}",
             f"{figure.ratio:.3f}", spread, goal.text(figure.unit), met,
-            f"{figure.stolen:.1%}")
+            f"{figure.stolen:.1%}", str(1 + len(figure.set_aside)))
 
 
 def table(figures):

@@ -90,11 +90,11 @@ class Output(unittest.TestCase):
 
     def test_the_table_has_a_line_for_each_row_under_its_headings(self):
         lines = [" ".join(line.split()) for line in table(self.figures)]
-        self.assertEqual(lines[0], "row what measured limit ratio quartiles goal met stolen")
-        self.assertEqual(lines[2:], ["first what 10.4 ms 10 ms 1.040 1.030 .. 1.050 <= 1.03 NO 0.0%",
-                                     "second what 8 ms 6 ms 1.333 +2.000 .. +2.000 <= +4 ms yes 0.0%",
-                                     "third what 100 ms 99.5 ms 1.005 99.50% .. 99.50% >= 98.0% yes 0.0%",
-                                     "fourth what 3 ms 2 ms 1.500 1.500 .. 1.500 (told) - 0.0%"])
+        self.assertEqual(lines[0], "row what measured limit ratio quartiles goal met stolen tries")
+        self.assertEqual(lines[2:], ["first what 10.4 ms 10 ms 1.040 1.030 .. 1.050 <= 1.03 NO 0.0% 1",
+                                     "second what 8 ms 6 ms 1.333 +2.000 .. +2.000 <= +4 ms yes 0.0% 1",
+                                     "third what 100 ms 99.5 ms 1.005 99.50% .. 99.50% >= 98.0% yes 0.0% 1",
+                                     "fourth what 3 ms 2 ms 1.500 1.500 .. 1.500 (told) - 0.0% 1"])
 
     def test_the_json_says_the_same(self):
         read = json.loads(as_json(self.figures, {"pairs": 3}))
@@ -107,11 +107,15 @@ class Output(unittest.TestCase):
 
 
 class ExitStatus(unittest.TestCase):
-    def run_with(self, measured):
-        row = rows.Row("made-up", "what", "limit", "ms", Goal("ratio", 1.5), lambda stage, pairs: [(measured, 2)] * pairs)
+    stolen = [0.0]
+
+    def run_with(self, *measured):
+        left = list(measured)
+        row = rows.Row("made-up", "what", "limit", "ms", Goal("ratio", 1.5), lambda stage, pairs: [(left.pop(0), 2)] * pairs)
         with tempfile.TemporaryDirectory() as folder, contextlib.redirect_stdout(io.StringIO()) as output, \
                 contextlib.redirect_stderr(io.StringIO()), mock.patch.object(rows, "ROWS", [row]), \
-                mock.patch("sys.argv", ["bench", "--pairs", "4", "--json", os.path.join(folder, "out.json")]):
+                mock.patch("sys.argv", ["bench", "--pairs", "4", "--json", os.path.join(folder, "out.json")]), \
+                mock.patch("quiet.stolen", side_effect=self.stolen), mock.patch("time.sleep"):
             status = bench.main()
             with open(os.path.join(folder, "out.json"), encoding="utf-8") as file:
                 self.about = json.load(file)
@@ -126,10 +130,16 @@ class ExitStatus(unittest.TestCase):
         self.assertEqual(self.run_with(4), (1, "1 rows, missed: made-up"))
 
     def test_each_row_says_what_the_host_took_meanwhile(self):
-        with mock.patch("quiet.processor_times", side_effect=[(1000, 10), (1200, 15)]):
-            self.run_with(3)
-        self.assertEqual(0.025, self.about["rows"][0]["stolen"])
-        self.assertTrue([line for line in self.lines if line.endswith("  2.5%")])
+        self.stolen = [0.015]
+        self.run_with(3)
+        self.assertEqual((0.015, []), (self.about["rows"][0]["stolen"], self.about["rows"][0]["set_aside"]))
+        self.assertEqual(["1.5%", "1"], self.lines[2].split()[-2:])
+
+    def test_a_row_that_the_host_disturbed_is_measured_again_and_tells_of_it(self):
+        self.stolen = [0.03, 0.0]
+        self.assertEqual((1, "1 rows, missed: made-up"), self.run_with(3, 4))
+        self.assertEqual((0.0, [[1.5, 0.03]]), (self.about["rows"][0]["stolen"], self.about["rows"][0]["set_aside"]))
+        self.assertEqual(["0.0%", "2"], self.lines[2].split()[-2:])
 
 
 class Quiet(unittest.TestCase):
@@ -139,6 +149,23 @@ class Quiet(unittest.TestCase):
 
     def test_no_time_between_is_nothing_stolen(self):
         self.assertEqual(0, quiet.stolen((36, 8), (36, 8)))
+
+    def chosen(self, *stolen):
+        """The number of the try that counts, and how many there were, where the host took such shares."""
+        with mock.patch("quiet.stolen", side_effect=stolen), mock.patch("time.sleep") as sleep:
+            tries = quiet.quietest(iter(range(1, 9)).__next__)
+        self.assertEqual([mock.call(quiet.PAUSE_S)] * (len(tries) - 1), sleep.mock_calls)
+        self.assertEqual(sorted(stolen[:len(tries)]), [share for _, share in tries])
+        return tries[0][0], len(tries)
+
+    def test_a_quiet_machine_is_measured_once(self):
+        self.assertEqual((1, 1), self.chosen(0.02))
+
+    def test_a_busy_one_is_measured_until_it_is_quiet(self):
+        self.assertEqual((3, 3), self.chosen(0.5, 0.021, 0.01))
+
+    def test_of_a_machine_that_is_never_quiet_the_quietest_try_counts(self):
+        self.assertEqual((2, 4), self.chosen(0.5, 0.03, 0.4, 0.04))
 
     def test_this_machine_has_times(self):
         time, stolen = quiet.processor_times()
