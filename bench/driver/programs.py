@@ -14,13 +14,15 @@ class ProgramError(RuntimeError):
 
 
 class Program:
-    """A process that answers each line with a line. Only answers begin with `mark`; what else it prints is left."""
+    """A process that answers each line with a line. Only answers begin with `mark`; of what else it prints there, the
+    last line is told when it ends instead of answering."""
 
     def __init__(self, command, folder=None, environment=None, answers="stdout", mark=b""):
         pipe = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, answers: subprocess.PIPE}
         self._name = os.path.basename(command[0])
         self._mark = mark
         self._unread = b""
+        self._last_line = b""
         self.process = subprocess.Popen(command, cwd=folder, env=environment, stdin=subprocess.PIPE, **pipe)
         self._answers = getattr(self.process, answers)
 
@@ -33,11 +35,13 @@ class Program:
                     raise ProgramError(f"{self._name} says nothing for {within} s")
                 data = os.read(self._answers.fileno(), 65536)
                 if not data:
-                    raise ProgramError(f"{self._name} ended: {self.process.wait()}")
+                    last = (self._unread or self._last_line).decode("latin-1").strip()
+                    raise ProgramError(f"{self._name} ended: {self.process.wait()} {last}".rstrip())
                 self._unread += data
             line, self._unread = self._unread.split(b"\n", 1)
             if line.startswith(self._mark):
                 return line[len(self._mark):].decode("latin-1").split()
+            self._last_line = line
 
     def ask(self, line, within=60):
         try:

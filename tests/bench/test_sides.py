@@ -8,7 +8,7 @@ import unittest
 
 import measures
 from machines import Native
-from programs import TOP, ProgramError
+from programs import TOP, Program, ProgramError
 
 EXCHANGES = {
     "a command and a reply of less than a block": ("ConsultarSAT", 0, 0),
@@ -16,6 +16,17 @@ EXCHANGES = {
     "more blocks than one in both directions": ("EnviarDadosVenda", 20480, 40000),
     "frames that fill their last block": ("EnviarDadosVenda", 16384 - 36, 32768),
 }
+
+
+class Ending(unittest.TestCase):
+    def test_what_a_program_said_last_is_told_when_it_ends(self):
+        for said, told in (("one; echo two", "sh ended: 3 two"), ("one; printf half", "sh ended: 3 half"),
+                           ("'= ready 5'", "sh ended: 3")):
+            program = Program(["sh", "-c", f"exec >&2; echo {said}; exit 3"], answers="stderr", mark=b"= ")
+            self.addCleanup(program.close)
+            with self.assertRaisesRegex(ProgramError, f"^{told}$"):
+                while True:
+                    program.answer(60)
 
 
 class Sides(unittest.TestCase):
