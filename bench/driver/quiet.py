@@ -1,6 +1,6 @@
 """How quiet the machine is. The load does not show what the host of a virtual machine takes from it, and above some
 two hundredths of its time a row says more of the host than of the library: a call into the system that another process
-serves then waits for a processor twice."""
+serves then waits for a processor twice. It is a share of all time: a row that mostly waits is disturbed by less."""
 import time
 
 # The share of the processors' time that the host may take of a quiet machine.
