@@ -49,7 +49,7 @@ class ZipTest(unittest.TestCase):
     def test_library_names_what_it_needs_as_the_files_are_named(self):
         listing = packages.run("x86_64-w64-mingw32-objdump", "-p",
                                os.path.join(packages.unpacked_zip(), "ZANTIR64.dll")).stdout.decode("ascii", "replace")
-        # Every process has the one in capitals before.
+        # The one in capitals is in every process before, where its spelling costs nothing.
         self.assertEqual({"KERNEL32.dll", "advapi32.dll", "msvcrt.dll", "setupapi.dll"},
                          set(re.findall(r"DLL Name: (.+)", listing)))
 
