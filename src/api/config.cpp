@@ -280,6 +280,7 @@ static void ReadAndApply(const tIniFile& file, const tConfigKey& key, int iStep)
 int UpdateZantirConfiguration(tIniFile* file) {
     int iStep = 0;
     if (IniMissing(VKO_FileExist(ZANTIR_INI_FILE))) {
+        VKO_FreeIniFile(file);
         const int rc = CreateFile_ZantirIni();
         if (rc < 0) {
             API_LOG_OWN_FRONT(
@@ -290,10 +291,7 @@ int UpdateZantirConfiguration(tIniFile* file) {
             return rc;
         }
     }
-    if (file->rc != INI_FILE_OK) {
-        VKO_FreeIniFile(*file);
-        *file = VKO_LoadIniFile(ZANTIR_INI_FILE);
-    }
+    if (file->rc != INI_FILE_OK) *file = VKO_LoadIniFile(ZANTIR_INI_FILE);
     if (SatStateInitialised()) {
         API_LOG_OWN_FRONT(VKO_LOG_INF,
                           "[%04d]  %s  %s  rc[%04d]OK:PASS  STEP%02da  ZantirIniFileName[%s]OK\n", 0, iStep,
@@ -309,9 +307,9 @@ int UpdateZantirConfiguration(tIniFile* file) {
 }
 
 int UpdateZantirConfiguration() {
-    tIniFile file = VKO_LoadIniFile(ZANTIR_INI_FILE);
+    tIniFile file = VKO_UnreadIniFile(ZANTIR_INI_FILE);
     const int rc = UpdateZantirConfiguration(&file);
-    VKO_FreeIniFile(file);
+    VKO_FreeIniFile(&file);
     return rc;
 }
 
@@ -325,11 +323,11 @@ static int ReadFixedPort(char* pFixedSerialPort) {
     const uint64_t uiIni = VKO_GetIniState(ZANTIR_INI_FILE);
     // That the key is not there is not logged.
     if (uiIni != 0 && uiIni == gl_uiIniWithoutFixedPort) return INI_FILE_ERR_ITEM_NOT_FOUND;
-    const tIniFile file = VKO_LoadIniFile(ZANTIR_INI_FILE);
+    tIniFile file = VKO_LoadIniFile(ZANTIR_INI_FILE);
     const int rc =
         VKO_GetLoadedIniValue(file, FIXED_PORT_SECTION, "FixarPorta", pFixedSerialPort, VALUE_SIZE);
     NoteFixedPort(file, rc);
-    VKO_FreeIniFile(file);
+    VKO_FreeIniFile(&file);
     return rc;
 }
 

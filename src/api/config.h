@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "../vko_utils/ini_file.h"
+struct tIniFile;
 
 constexpr int ERR_FIXED_PORT_NULL = -5002;
 
@@ -34,8 +34,8 @@ int CreateFile_ZantirIni();
  */
 int UpdateZantirConfiguration();
 
-/** The same from "SAT.ini" as VKO_LoadIniFile found it. It is read again where that failed, as for one that
- * had to be made first. */
+/** The same from "SAT.ini" as VKO_LoadIniFile found it. It is read here where it was not yet, could not be,
+ * or had to be made first. */
 int UpdateZantirConfiguration(tIniFile* file);
 
 /** VKO_GetIniState of a "SAT.ini" that was read and has no fixed port; 0 when none is known. */

@@ -4,6 +4,7 @@
 
 #include "../vko_sat_utils/vko_sat_utils.h"
 #include "../vko_utils/files.h"
+#include "../vko_utils/ini_file.h"
 #include "api_log.h"
 #include "config.h"
 #include "protocol_log.h"
@@ -42,11 +43,15 @@ static int Initialise() {
     UpdateZantirConfiguration(&ini);
     LogStart(rc);
     gl_tLogFlags.iWarning = 0;
+    // One reading is enough where a change behind it is sure to show, which the next call then looks for.
+    if (ini.rc != INI_FILE_OK || !ini.bSettled) {
+        VKO_FreeIniFile(&ini);
+        ini = VKO_LoadIniFile(ZANTIR_INI_FILE);
+    }
     VKO_SetIniFileLogMode(SAT_API_LOG, ini);
     UpdateZantirConfiguration(&ini);
-    // Of the file that was read: a change since then shows in the next call.
     gl_tSat.iConfigTime = ini.iModified;
-    VKO_FreeIniFile(ini);
+    VKO_FreeIniFile(&ini);
     // The first row of the catalogue gets the code 0 for the rest of the process, so that a look-up of 4000
     // finds nothing and one of 0 finds "SAT Ativado Corretamente": on purpose. Two other codes are stored
     // there before; only the last one remains.

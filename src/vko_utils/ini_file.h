@@ -37,15 +37,20 @@ struct tIniFile {
     size_t textSize;      ///< bytes that came from the file
     int64_t iModified;    ///< its last change before the reading, seconds since 1970; 0 for a missing file
     uint64_t uiState;     ///< VKO_GetIniState before the reading
-    bool bSettled;        ///< a change behind the reading is sure to show in its state
+    bool bSettled;        ///< a change behind the reading shows in its state (VKO_ChangeShows)
 };
+
+/** A file that was not read yet: look-ups find none. */
+constexpr tIniFile VKO_UnreadIniFile(const char* pIniFileName) {
+    return {pIniFileName, INI_FILE_ERR_NOT_FOUND, "", nullptr, 0, 0, 0, false};
+}
 
 /** Reads a file for VKO_GetLoadedIniValue and VKO_SetIniFileLogMode. A failure is kept for the look-ups, not
  * reported. */
 tIniFile VKO_LoadIniFile(const char* pIniFileName);
 
-/** Releases what VKO_LoadIniFile took; the file is not to be asked any more. */
-void VKO_FreeIniFile(const tIniFile& file);
+/** Releases what VKO_LoadIniFile took, and leaves a file that was not read. */
+void VKO_FreeIniFile(tIniFile* file);
 
 /** VKO_GetIniFileValueSized on a file as VKO_LoadIniFile found it. */
 int VKO_GetLoadedIniValue(const tIniFile& file, const char* pSession, const char* pItem, char* pRetValue,

@@ -129,13 +129,13 @@ static tIniFile NotLoaded(tIniFile file, int rc, const char* pReason) {
 }
 
 tIniFile VKO_LoadIniFile(const char* pIniFileName) {
-    tIniFile file = {pIniFileName, INI_FILE_OK, "", nullptr, {}, {}, {}, {}};
+    tIniFile file = VKO_UnreadIniFile(pIniFileName);
     if (pIniFileName == nullptr) return NotLoaded(file, INI_FILE_ERR_INVALID_PARAM, "");
     plat_file_status status;
     if (!plat_file_query(pIniFileName, &status)) {
         // It reports the missing file.
         VKO_FileExist(pIniFileName);
-        return NotLoaded(file, INI_FILE_ERR_NOT_FOUND, "");
+        return file;
     }
     // Before the reading, so that whatever changes meanwhile shows.
     file.bSettled = VKO_ChangeShows(status.modified);
@@ -152,13 +152,15 @@ tIniFile VKO_LoadIniFile(const char* pIniFileName) {
         case INI_LOADED:
             break;
     }
+    file.rc = INI_FILE_OK;
     file.pText = text.pText;
     file.textSize = text.fileSize;
     return file;
 }
 
-void VKO_FreeIniFile(const tIniFile& file) {
-    plat_free(file.pText);
+void VKO_FreeIniFile(tIniFile* file) {
+    plat_free(file->pText);
+    *file = VKO_UnreadIniFile(file->pName);
 }
 
 int VKO_GetLoadedIniValue(const tIniFile& file, const char* pSession, const char* pItem, char* pRetValue,
@@ -181,9 +183,9 @@ int VKO_GetIniFileValueSized(const char* pIniFileName, const char* pSession, con
     if (pIniFileName == nullptr || pSession == nullptr || pItem == nullptr || pRetValue == nullptr) {
         return RefuseNull(pIniFileName, pSession, pItem, pRetValue);
     }
-    const tIniFile file = VKO_LoadIniFile(pIniFileName);
+    tIniFile file = VKO_LoadIniFile(pIniFileName);
     const int rc = VKO_GetLoadedIniValue(file, pSession, pItem, pRetValue, size);
-    VKO_FreeIniFile(file);
+    VKO_FreeIniFile(&file);
     return rc;
 }
 

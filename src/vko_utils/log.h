@@ -7,8 +7,9 @@
 #include <cstdint>
 
 #include "../platform/platform.h"
-#include "ini_file.h"
 #include "utils_source.h"
+
+struct tIniFile;
 
 /** Levels of a log line. Each is one bit; any other value is written with the tag "Unk". */
 constexpr unsigned VKO_LOG_ERR = 1;

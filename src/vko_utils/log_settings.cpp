@@ -137,9 +137,9 @@ int VKO_SetIniFileLogMode(const char* logName, const char* iniFileName) {
         CONFIGURE_LOG(VKO_LOG_ERR, "[%04d] %s %s rc[%04d]ER pIniFileName=NULL\n", INI_FILE_ERR_INVALID_PARAM);
     }
     ResetSettings(logName);
-    const tIniFile file = VKO_LoadIniFile(iniFileName);
+    tIniFile file = VKO_LoadIniFile(iniFileName);
     const int rc = ReadSettings(file);
-    VKO_FreeIniFile(file);
+    VKO_FreeIniFile(&file);
     return rc;
 }
 

@@ -209,7 +209,7 @@ TEST_F(ConfigurationPass, AFileThatCannotBeCreatedEndsThePass) {
 TEST_F(ConfigurationPass, AnUnreadableFileGivesEveryDefault) {
     WriteIni(ConfigText());
     gl_tLogFlags = {};
-    World().faults.FailAlways(sim::Call::ReadText);
+    World().faults.FailNth(sim::Call::ReadText, 1);
     EXPECT_EQ(UpdateZantirConfiguration(), 30);
     EXPECT_STREQ(gl_tSat.strSerialPortConfig, "115200,8,n,1");
     EXPECT_EQ(gl_tSatCmd[2].iTimeout, 30);

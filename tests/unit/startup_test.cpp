@@ -132,11 +132,15 @@ TEST_F(Startup, TheFirstCallReadsTheIniFromTheDiskOnce) {
 }
 
 TEST_F(Startup, AnIniThatCannotBeReadAtFirstIsReadAgain) {
-    WriteIni("[LOG]\nLogMode=5\n[SAT_EMULATOR]\nEnable=1\n");
-    World().faults.FailNth(sim::Call::ReadText, 1);
-    init_global_sat_struct();
-    EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1);
-    EXPECT_EQ(gl_tLogSettings.iLevelMask, 31);
+    for (const uint64_t times : {1U, 2U}) {
+        Load();
+        WriteIni("[LOG]\nLogMode=5\n[SAT_EMULATOR]\nEnable=1\n");
+        Later();
+        World().faults.FailNth(sim::Call::ReadText, 1, times);
+        init_global_sat_struct();
+        EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1) << times;
+        EXPECT_EQ(gl_tLogSettings.iLevelMask, 31) << times;
+    }
 }
 
 TEST_F(Startup, AnEmptyIniIsFilledAndReadInTheSameCall) {
@@ -149,19 +153,63 @@ TEST_F(Startup, AnEmptyIniIsFilledAndReadInTheSameCall) {
     EXPECT_EQ(gl_tSat.iConfigTime, World().files.Modified("SAT.ini"));
 }
 
-TEST_F(Startup, AChangeDuringTheStartIsReadAtTheNextCall) {
+/** Changes things while the start makes the folder of the logs, which fails: between its two rounds. */
+class ChangeDuringTheStart : public Startup {
+  protected:
     struct Editor : sim::Observer {
-        void OnFault(sim::Call, int) override {
-            Later();
-            WriteIni("[SAT_EMULATOR]\nEnable=1\n");
+        void OnFault(sim::Call call, int) override {
+            if (call == sim::Call::CreateFolder) edit();
         }
-    } editor;
-    WriteIni("[LOG]\nLogFilePath=Log\nLogMode=1\n");
-    World().observer = &editor;
-    World().faults.FailNth(sim::Call::CreateFolder, 1);
-    init_global_sat_struct();
-    World().observer = nullptr;
-    ASSERT_NE(FileText("SAT.ini").find("Enable=1"), std::string::npos);
+        void (*edit)() = nullptr;
+    };
+    static void Start(void (*edit)()) {
+        Editor editor;
+        editor.edit = edit;
+        World().observer = &editor;
+        World().faults.FailNth(sim::Call::CreateFolder, 1);
+        EXPECT_EQ(init_global_sat_struct(), 0);
+        World().observer = nullptr;
+    }
+    static constexpr char kBefore[] = "[LOG]\nLogFilePath=Log\nLogMode=1\n[SAT_EMULATOR]\nEnable=0\n";
+    static constexpr char kBehind[] = "[LOG]\nLogFilePath=Log\nLogMode=1\n[SAT_EMULATOR]\nEnable=1\n";
+};
+
+TEST_F(ChangeDuringTheStart, OfASettledIniIsReadAtTheNextCall) {
+    WriteIni(kBefore);
+    Later();
+    Start([] { WriteIni(kBehind); });
+    EXPECT_EQ(gl_tSat.iEmulatorEnabled, 0);
+    EXPECT_EQ(init_global_sat_struct(), 1);
+    EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1);
+}
+
+TEST_F(ChangeDuringTheStart, InTheSecondOfTheLastOneIsReadInTheSameCall) {
+    WriteIni(kBefore);
+    Start([] { WriteIni(kBehind); });
+    EXPECT_EQ(gl_tSat.iConfigTime, World().files.Modified("SAT.ini"));
+    EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1);
+}
+
+TEST_F(ChangeDuringTheStart, ThatRemovesTheIniGivesTheDefaults) {
+    WriteIni(kBehind);
+    Later();
+    Start([] { World().files.Remove("SAT.ini"); });
+    EXPECT_EQ(FileText("SAT.ini"), DefaultIni());
+    EXPECT_EQ(gl_tSat.iEmulatorEnabled, 0);
+    EXPECT_EQ(gl_tSat.iWriteTotalTimeoutConstant, 1000);
+    EXPECT_EQ(gl_tSat.iConfigTime, World().files.Modified("SAT.ini"));
+}
+
+TEST_F(ChangeDuringTheStart, ThatRemovesTheIniForAWhileIsReadWhenItIsBack) {
+    WriteIni(kBehind);
+    const int64_t modified = World().files.Modified("SAT.ini");
+    Later();
+    World().faults.FailAlways(sim::Call::FileReplace);
+    Start([] { World().files.Remove("SAT.ini"); });
+    EXPECT_EQ(gl_tSat.iConfigTime, 0);
+    gl_tSat.iEmulatorEnabled = 0;
+    WriteIni(kBehind);
+    World().files.SetModified("SAT.ini", modified);
     EXPECT_EQ(init_global_sat_struct(), 1);
     EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1);
 }
