@@ -230,6 +230,7 @@ def first_call(stage, pairs):
     # A till's program starts where it ran before: settings, folder and logs of the day are there.
     shop = machine.shop(1)
     first(lambda: machine.library(1, shop))
+    # As in the morning, when nobody has changed settings or logs for a while.
     time.sleep(SETTLED_S)
     return [(first(lambda: machine.library(1, shop)), first(machine.minimal)) for _ in range(4 * pairs)]
 

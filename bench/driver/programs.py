@@ -1,4 +1,5 @@
 """The programs that a comparison runs: the device on the line, and the sides that make exchanges with it."""
+import contextlib
 import os
 import select
 import subprocess
@@ -44,16 +45,17 @@ class Program:
             self._last_line = line
 
     def ask(self, line, within=60):
-        try:
+        # Of a program that ended, what it said stands in front of the end of its answers.
+        with contextlib.suppress(BrokenPipeError):
             self.process.stdin.write(line.encode("ascii") + b"\n")
             self.process.stdin.flush()
-        except BrokenPipeError:
-            raise ProgramError(f"{self._name} ended: {self.process.wait()}") from None
         return self.answer(within)
 
     def close(self):
         """The end of its input ends each of these programs."""
-        self.process.stdin.close()
+        # A question that it never took may be left there.
+        with contextlib.suppress(BrokenPipeError):
+            self.process.stdin.close()
         try:
             self.process.wait(10)
         except subprocess.TimeoutExpired:

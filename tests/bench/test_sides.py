@@ -28,6 +28,13 @@ class Ending(unittest.TestCase):
                 while True:
                     program.answer(60)
 
+    def test_so_is_that_of_one_that_ended_before_it_was_asked(self):
+        program = Program(["sh", "-c", "echo why >&2; exit 3"], answers="stderr", mark=b"= ")
+        self.addCleanup(program.close)
+        program.process.wait()
+        with self.assertRaisesRegex(ProgramError, "^sh ended: 3 why$"):
+            program.ask("a question")
+
 
 class Sides(unittest.TestCase):
     @classmethod
