@@ -34,8 +34,11 @@ int CreateFile_ZantirIni();
  */
 int UpdateZantirConfiguration();
 
-/** The same from "SAT.ini" as VKO_LoadIniFile found it. It is read here where it was not yet, could not be,
- * or had to be made first. */
+/**
+ * The same from "SAT.ini" as VKO_LoadIniFile found it, which stays the caller's to free. It is read here
+ * where it was not yet, could not be, or had to be made first; of one that cannot be made, nothing is left in
+ * `file`.
+ */
 int UpdateZantirConfiguration(tIniFile* file);
 
 /** VKO_GetIniState of a "SAT.ini" that was read and has no fixed port; 0 when none is known. */

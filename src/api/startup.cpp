@@ -43,14 +43,16 @@ static int Initialise() {
     UpdateZantirConfiguration(&ini);
     LogStart(rc);
     gl_tLogFlags.iWarning = 0;
-    // One reading is enough where a change behind it is sure to show, which the next call then looks for.
+    // One reading is enough where a change behind it is sure to show in the next call.
     if (ini.rc != INI_FILE_OK || !ini.bSettled) {
         VKO_FreeIniFile(&ini);
         ini = VKO_LoadIniFile(ZANTIR_INI_FILE);
     }
     VKO_SetIniFileLogMode(SAT_API_LOG, ini);
-    UpdateZantirConfiguration(&ini);
+    // Of the file that the levels come from: where the pass has to read another one, the next call reads
+    // both.
     gl_tSat.iConfigTime = ini.iModified;
+    UpdateZantirConfiguration(&ini);
     VKO_FreeIniFile(&ini);
     // The first row of the catalogue gets the code 0 for the rest of the process, so that a look-up of 4000
     // finds nothing and one of 0 finds "SAT Ativado Corretamente": on purpose. Two other codes are stored

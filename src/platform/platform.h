@@ -252,10 +252,10 @@ bool plat_file_query(const char* path, plat_file_status* status);
 
 /**
  * Reads a file in text mode, its first `size` bytes at most, and tells how many bytes of text that made. What
- * an error cuts off is missing. In `text`, room for `size` bytes, those behind the text are zero if they were
- * so before. False when the file could not be opened.
+ * an error cuts off is missing, which `whole` tells unless it is NULL. In `text`, room for `size` bytes,
+ * those behind the text are zero if they were so before. False when the file could not be opened.
  */
-bool plat_read_text(const char* path, char* text, size_t size, size_t* length);
+bool plat_read_text(const char* path, char* text, size_t size, size_t* length, bool* whole = nullptr);
 
 /** Opens a file for writing in text mode; `mode` is "a", "w" or "w+" as for fopen. NULL on failure. */
 plat_file* plat_file_open(const char* path, const char* mode);

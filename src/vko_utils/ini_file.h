@@ -37,7 +37,7 @@ struct tIniFile {
     size_t textSize;      ///< bytes that came from the file
     int64_t iModified;    ///< its last change before the reading, seconds since 1970; 0 for a missing file
     uint64_t uiState;     ///< VKO_GetIniState before the reading
-    bool bSettled;        ///< a change behind the reading shows in its state (VKO_ChangeShows)
+    bool bSettled;        ///< read whole, and a change behind it shows in its state (VKO_ChangeShows)
 };
 
 /** A file that was not read yet: look-ups find none. */

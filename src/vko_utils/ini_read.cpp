@@ -141,7 +141,7 @@ tIniFile VKO_LoadIniFile(const char* pIniFileName) {
     file.bSettled = VKO_ChangeShows(status.modified);
     file.iModified = status.modified;
     file.uiState = StateOf(status);
-    if (status.size == 0) return NotLoaded(file, INI_FILE_ERR_NOT_FOUND, " sztFileSize[0]=0");
+    if (status.size <= 0) return NotLoaded(file, INI_FILE_ERR_NOT_FOUND, " sztFileSize[0]=0");
     if (status.size > INI_FILE_LARGEST) return NotLoaded(file, INI_FILE_ERR_OPEN, " TOO LARGE");
     tIniText text;
     switch (IniLoad(pIniFileName, static_cast<size_t>(status.size), 1024, &text)) {
@@ -153,6 +153,7 @@ tIniFile VKO_LoadIniFile(const char* pIniFileName) {
             break;
     }
     file.rc = INI_FILE_OK;
+    file.bSettled = file.bSettled && text.bWhole;
     file.pText = text.pText;
     file.textSize = text.fileSize;
     return file;

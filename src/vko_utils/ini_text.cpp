@@ -7,8 +7,8 @@
 eIniLoad IniLoad(const char* pIniFileName, size_t size, size_t spare, tIniText* text) {
     char* pText = static_cast<char*>(plat_alloc(size + spare));
     if (pText == nullptr) return INI_NO_MEMORY;
-    *text = {pText, 0};
-    if (plat_read_text(pIniFileName, pText, size, &text->fileSize)) return INI_LOADED;
+    *text = {pText, 0, false};
+    if (plat_read_text(pIniFileName, pText, size, &text->fileSize, &text->bWhole)) return INI_LOADED;
     plat_free(pText);
     return INI_NO_OPEN;
 }

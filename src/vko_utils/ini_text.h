@@ -10,6 +10,7 @@
 struct tIniText {
     char* pText;
     size_t fileSize;  ///< bytes that came from the file
+    bool bWhole;      ///< no error cut the text off
 };
 
 enum eIniLoad { INI_LOADED, INI_NO_MEMORY, INI_NO_OPEN };

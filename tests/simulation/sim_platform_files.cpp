@@ -12,11 +12,12 @@ bool plat_file_query(const char* path, plat_file_status* status) {
     return world.files.Query(path, status);
 }
 
-bool plat_read_text(const char* path, char* text, size_t size, size_t* length) {
+bool plat_read_text(const char* path, char* text, size_t size, size_t* length, bool* whole) {
     SIM_ENTER(ReadText, "%s", path);
     if (way == 0) return Fail(PLAT_ERROR_ACCESS_DENIED, false);
     const size_t read = way == 1 ? 0 : way == 2 ? size / 2 : size;
     if (way > 0) world.last_error = sim::kErrorNotWorking;
+    if (whole != nullptr) *whole = way < 0;
     return world.files.ReadText(path, text, read, length);
 }
 

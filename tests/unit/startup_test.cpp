@@ -121,7 +121,7 @@ TEST_F(Startup, TheConfigurationIsReadTwiceAtTheStart) {
     EXPECT_EQ(passes, 2U);
 }
 
-TEST_F(Startup, TheFirstCallReadsTheIniFromTheDiskOnce) {
+TEST_F(Startup, TheFirstCallReadsASettledIniWithoutAFixedPortOnce) {
     WriteIniWithLog('1');
     Later();
     sim::HonestDevice device = DeviceThatSays("ok");
@@ -141,6 +141,31 @@ TEST_F(Startup, AnIniThatCannotBeReadAtFirstIsReadAgain) {
         EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1) << times;
         EXPECT_EQ(gl_tLogSettings.iLevelMask, 31) << times;
     }
+}
+
+TEST_F(Startup, AnIniThatAnErrorCutsOffAtFirstIsReadAgain) {
+    for (const int cut : {1, 2}) {
+        Load();
+        WriteIni("[SERIAL_PORT_CONFIG]\nFixarPorta=COM5\n[LOG]\nLogMode=5\n[SAT_EMULATOR]\nEnable=1\n");
+        Later();
+        World().faults.FailNth(sim::Call::ReadText, 1, 1, cut);
+        init_global_sat_struct();
+        EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1) << cut;
+        EXPECT_EQ(gl_tLogSettings.iLevelMask, 31) << cut;
+    }
+}
+
+TEST_F(Startup, AnIniThatIsThereOnlyBehindTheStartIsReadThen) {
+    WriteIni("[LOG]\nLogMode=0\n[SAT_EMULATOR]\nEnable=1\n");
+    Later();
+    World().faults.FailAlways(sim::Call::FileReplace);
+    // All looks at it but the first two, behind which it is read.
+    World().faults.FailNth(sim::Call::FileQuery, 3, 100);
+    init_global_sat_struct();
+    World().faults.Clear();
+    EXPECT_EQ(gl_tSat.iEmulatorEnabled, 0);
+    EXPECT_EQ(init_global_sat_struct(), 1);
+    EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1);
 }
 
 TEST_F(Startup, AnEmptyIniIsFilledAndReadInTheSameCall) {
@@ -171,7 +196,7 @@ class ChangeDuringTheStart : public Startup {
         World().observer = nullptr;
     }
     static constexpr char kBefore[] = "[LOG]\nLogFilePath=Log\nLogMode=1\n[SAT_EMULATOR]\nEnable=0\n";
-    static constexpr char kBehind[] = "[LOG]\nLogFilePath=Log\nLogMode=1\n[SAT_EMULATOR]\nEnable=1\n";
+    static constexpr char kBehind[] = "[LOG]\nLogFilePath=Log\nLogMode=5\n[SAT_EMULATOR]\nEnable=1\n";
 };
 
 TEST_F(ChangeDuringTheStart, OfASettledIniIsReadAtTheNextCall) {
@@ -181,6 +206,7 @@ TEST_F(ChangeDuringTheStart, OfASettledIniIsReadAtTheNextCall) {
     EXPECT_EQ(gl_tSat.iEmulatorEnabled, 0);
     EXPECT_EQ(init_global_sat_struct(), 1);
     EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1);
+    EXPECT_EQ(gl_tLogSettings.iLevelMask, 31);
 }
 
 TEST_F(ChangeDuringTheStart, InTheSecondOfTheLastOneIsReadInTheSameCall) {
@@ -188,30 +214,21 @@ TEST_F(ChangeDuringTheStart, InTheSecondOfTheLastOneIsReadInTheSameCall) {
     Start([] { WriteIni(kBehind); });
     EXPECT_EQ(gl_tSat.iConfigTime, World().files.Modified("SAT.ini"));
     EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1);
+    EXPECT_EQ(gl_tLogSettings.iLevelMask, 31);
 }
 
-TEST_F(ChangeDuringTheStart, ThatRemovesTheIniGivesTheDefaults) {
+TEST_F(ChangeDuringTheStart, ThatRemovesTheIniGivesTheDefaultsAtOnceAndTheirLevelsInTheNextCall) {
     WriteIni(kBehind);
     Later();
-    Start([] { World().files.Remove("SAT.ini"); });
+    Start([] {
+        World().files.Remove("SAT.ini");
+        Later();
+    });
     EXPECT_EQ(FileText("SAT.ini"), DefaultIni());
     EXPECT_EQ(gl_tSat.iEmulatorEnabled, 0);
     EXPECT_EQ(gl_tSat.iWriteTotalTimeoutConstant, 1000);
-    EXPECT_EQ(gl_tSat.iConfigTime, World().files.Modified("SAT.ini"));
-}
-
-TEST_F(ChangeDuringTheStart, ThatRemovesTheIniForAWhileIsReadWhenItIsBack) {
-    WriteIni(kBehind);
-    const int64_t modified = World().files.Modified("SAT.ini");
-    Later();
-    World().faults.FailAlways(sim::Call::FileReplace);
-    Start([] { World().files.Remove("SAT.ini"); });
-    EXPECT_EQ(gl_tSat.iConfigTime, 0);
-    gl_tSat.iEmulatorEnabled = 0;
-    WriteIni(kBehind);
-    World().files.SetModified("SAT.ini", modified);
     EXPECT_EQ(init_global_sat_struct(), 1);
-    EXPECT_EQ(gl_tSat.iEmulatorEnabled, 1);
+    EXPECT_EQ(gl_tLogSettings.iLogFileMaxSize, 1300000);
 }
 
 TEST_F(Startup, TheCataloguesFirstRowCarriesCodeZeroFromThenOn) {

@@ -47,21 +47,22 @@ static int OpenFlags(const char* mode) {
 }
 
 /** Reads up to `size` bytes, in as many pieces as it takes, and returns their number. */
-static size_t ReadAll(int descriptor, char* bytes, size_t size) {
+static size_t ReadAll(int descriptor, char* bytes, size_t size, bool* whole) {
     size_t length = 0;
+    *whole = true;
     while (length < size) {
         const ssize_t count = read(descriptor, bytes + length, size - length);
         if (count > 0) {
             length += static_cast<size_t>(count);
         } else if (count == 0 || errno != EINTR) {
-            Done(count == 0);
+            *whole = Done(count == 0);
             break;
         }
     }
     return length;
 }
 
-bool plat_read_text(const char* path, char* text, size_t size, size_t* length) {
+bool plat_read_text(const char* path, char* text, size_t size, size_t* length, bool* whole) {
     const PosixPath name = ToPosixPath(path);
     if (!name.valid) return false;
     const Descriptor file(open(name.text, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -70,7 +71,9 @@ bool plat_read_text(const char* path, char* text, size_t size, size_t* length) {
         SetLastErrno(EACCES);
         return false;
     }
-    *length = ReadAll(file.number(), text, size);
+    bool read_whole = true;
+    *length = ReadAll(file.number(), text, size, &read_whole);
+    if (whole != nullptr) *whole = read_whole;
     return true;
 }
 

@@ -29,14 +29,16 @@ static FILE* Stream(plat_file* file) {
     return reinterpret_cast<FILE*>(file);
 }
 
-static size_t ReadBytes(HANDLE file, char* bytes, size_t size) {
+/** Up to `size` bytes; fewer at the file's end, and where an error cuts them off: then not `whole`. */
+static size_t ReadBytes(HANDLE file, char* bytes, size_t size, bool* whole) {
     constexpr size_t kMostAtOnce = 0x40000000;
     size_t length = 0;
+    *whole = true;
     while (length < size) {
         const size_t portion = size - length < kMostAtOnce ? size - length : kMostAtOnce;
         DWORD count = 0;
-        if (ReadFile(file, bytes + length, static_cast<DWORD>(portion), &count, nullptr) == 0) break;
-        if (count == 0) break;
+        *whole = ReadFile(file, bytes + length, static_cast<DWORD>(portion), &count, nullptr) != 0;
+        if (!*whole || count == 0) break;
         length += count;
     }
     return length;
@@ -59,11 +61,13 @@ static size_t ToText(char* bytes, size_t size) {
     return length;
 }
 
-bool plat_read_text(const char* path, char* text, size_t size, size_t* length) {
+bool plat_read_text(const char* path, char* text, size_t size, size_t* length, bool* whole) {
     const HANDLE file = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) return false;
-    *length = ToText(text, ReadBytes(file, text, size));
+    bool read_whole = true;
+    *length = ToText(text, ReadBytes(file, text, size, &read_whole));
+    if (whole != nullptr) *whole = read_whole;
     CloseHandle(file);
     return true;
 }

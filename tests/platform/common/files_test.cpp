@@ -83,7 +83,9 @@ TEST_F(Files, ReadingGivesWhatFitsAndWhatIsThere) {
     EXPECT_TRUE(plat_read_text("t", text, 4, &length));
     EXPECT_EQ(length, 4u);
     EXPECT_STREQ(text, "ab;c");
-    EXPECT_TRUE(plat_read_text(".\\t", text, sizeof text, &length));
+    bool whole = false;
+    EXPECT_TRUE(plat_read_text(".\\t", text, sizeof text, &length, &whole));
+    EXPECT_TRUE(whole);
     EXPECT_EQ(length, 6u);
     EXPECT_STREQ(text, "ab;cd;");
     EXPECT_TRUE(plat_read_text("t", text, 0, &length));

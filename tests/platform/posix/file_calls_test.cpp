@@ -171,13 +171,16 @@ TEST_F(FileCalls, AReadThatIsInterruptedIsFinishedAndOneThatFailsIsCut) {
     char text[16] = "";
     size_t length = 0;
     FailNext(&system_calls.read, 1, EINTR);
-    EXPECT_TRUE(plat_read_text("file", text, sizeof text, &length));
+    bool whole = false;
+    EXPECT_TRUE(plat_read_text("file", text, sizeof text, &length, &whole));
     EXPECT_EQ(length, 8U);
     EXPECT_STREQ(text, "abcdefgh");
+    EXPECT_TRUE(whole);
     SetLastErrno(0);
     FailNext(&system_calls.read, 1, EIO);
-    EXPECT_TRUE(plat_read_text("file", text, sizeof text, &length));
+    EXPECT_TRUE(plat_read_text("file", text, sizeof text, &length, &whole));
     EXPECT_EQ(length, 0U);
+    EXPECT_FALSE(whole);
     EXPECT_EQ(plat_last_error(), kErrorIoDevice);
 }
 
