@@ -49,8 +49,8 @@ static int Initialise() {
         ini = VKO_LoadIniFile(ZANTIR_INI_FILE);
     }
     VKO_SetIniFileLogMode(SAT_API_LOG, ini);
-    // Of the file that the levels come from: where the pass has to read another one, the next call reads
-    // both.
+    // The time of the file that the levels come from: a default that the pass has to make has another one, so
+    // the next call reads both from it.
     gl_tSat.iConfigTime = ini.iModified;
     UpdateZantirConfiguration(&ini);
     VKO_FreeIniFile(&ini);
