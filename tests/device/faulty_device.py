@@ -168,9 +168,8 @@ class FaultyDevice(threading.Thread):
     def _spoil(self, fault, good):
         if fault == "corrupted byte":
             at = self.rng.randrange(1, len(good) - 2)
-            # Neither another length nor the same sum.
-            wrong = (good[at] + 1) & 0xFF
-            return good[:at] + bytes([wrong if wrong != ETX[0] else wrong + 1]) + good[at + 1:]
+            # Two more: one more would turn a sum of 3, which goes out as 4, into 4. Nothing in a reply becomes ETX so.
+            return good[:at] + bytes([good[at] + 2]) + good[at + 1:]
         if fault == "first byte lost":
             return good[1:]
         if fault == "stall":

@@ -14,7 +14,7 @@ import unittest
 from cases import DeviceCase, setUpModule  # noqa: F401
 from client import ClientError
 from faulty_device import FaultyDevice
-from frames import filler
+from frames import ETX, checksum, filler, frame
 from line import Line
 from targets import TARGET
 from test_resources import HANDLES_AN_EXCHANGE
@@ -78,6 +78,17 @@ class Caller(threading.Thread):
         fcntl.ioctl(self.soak.line.slave, termios.TIOCNXCL)
         self.killed = False
         self.client = self.soak.start_client()
+
+
+class FaultyDeviceTest(unittest.TestCase):
+    def test_reply_that_was_spoiled_on_purpose_can_be_told_from_a_good_one(self):
+        device = FaultyDevice(None, random.Random(SEED))
+        for last in range(0x20, 0xF4):
+            good = frame(b"|" + bytes([last]))
+            for fault in ("wrong checksum", "corrupted byte", "three wrong checksums"):
+                wrong = device._spoil(fault, good)
+                self.assertEqual((len(good), len(good) - 1), (len(wrong), wrong.index(ETX)), f"{fault} {good}")
+                self.assertNotEqual(checksum(wrong[1:-2]), wrong[-2], f"{fault} {good}")
 
 
 class SoakTest(DeviceCase):
