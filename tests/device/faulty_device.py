@@ -4,6 +4,7 @@ It runs in a thread. Each command carries a session number that no other command
 other reply has, so that whoever got a reply can be held against whoever asked.
 """
 import collections
+import math
 import select
 import threading
 import time
@@ -33,6 +34,9 @@ FAULTS = {
     "three wrong checksums": 20,
 }
 
+# How much goes out between two moments at which a caller may be ended, in bytes.
+PIECE = 512
+
 
 class Gone(Exception):
     """The caller is no longer there, or has begun anew."""
@@ -49,6 +53,8 @@ class FaultyDevice(threading.Thread):
         self.session = None  # being served
         self._begun = False  # the last exchange was ended by the STX of a new command
         self._over = threading.Event()  # the caller that is served has ended
+        self._writing = threading.Lock()  # no caller ends while bytes go out
+        self._ended_at = [-1, -1]  # the last session of the ended callers with even and with odd sessions
         self._ended = threading.Event()
 
     def run(self):
@@ -63,12 +69,23 @@ class FaultyDevice(threading.Thread):
         self._over.set()
         self.join()
 
-    def caller_is_gone(self, parity):
-        """The caller whose sessions are odd or even has ended. If it was being served, what is under way is lost, as
-        it is behind a driver that was closed."""
-        if self.session is not None and self.session % 2 == parity:
-            self._over.set()
-            self.line.discard()
+    def end_caller(self, parity, kill):
+        """Ends the caller whose sessions are odd or even by `kill`. What is under way to it is lost, as it is behind a
+        driver that was closed, before another caller can open the port: it would be taken for that one's reply."""
+        with self._writing:
+            served = self.session is not None and self.session % 2 == parity
+            if served:
+                self.line.discard()
+            self._ended_at[parity] = math.inf
+            kill()
+            if served:
+                self.line.discard()  # what was still on its way into the queue
+                self._over.set()
+
+    def caller_is_back(self, last):
+        """A caller goes on behind the session `last`, in which it ended."""
+        with self._writing:
+            self._ended_at[last % 2] = last
 
     # -- one exchange
 
@@ -94,6 +111,14 @@ class FaultyDevice(threading.Thread):
             got = self._byte(0)
         return got == byte
 
+    def _write(self, data):
+        """Sends to the caller that is served, as long as it is there."""
+        for at in range(0, len(data), PIECE):
+            with self._writing:
+                if self.session is not None and self.session <= self._ended_at[self.session % 2]:
+                    raise Gone
+                self.line.write(data[at:at + PIECE])
+
     def _byte(self, within):
         """The next byte, or None when none comes or the caller is gone."""
         end = time.monotonic() + within
@@ -116,12 +141,12 @@ class FaultyDevice(threading.Thread):
                 break
             body += byte
             if (len(body) + 1) % BLOCK == 0:
-                self.line.write(ACK)
+                self._write(ACK)
         text = bytes(body[:-1])
         if not body or body[-1] != checksum(text):
             # A caller that was killed in the middle of its command leaves one that the next caller's joins.
             if STX in text:
-                self.line.write(NAK)
+                self._write(NAK)
                 raise Gone
             raise AssertionError(f"the library sent a bad frame: {text[:80]!r}")
         fields = text.split(b"|")
@@ -136,13 +161,13 @@ class FaultyDevice(threading.Thread):
         if fault == "no ACK":
             raise Gone
         if fault == "NAK":
-            self.line.write(NAK)
+            self._write(NAK)
             raise Gone
         if fault == "junk before ACK":
-            self.line.write(bytes(self.rng.choices([0, 1, 2, 3, 0x41, 0xFF], k=self.rng.randrange(1, 300))))
+            self._write(bytes(self.rng.choices([0, 1, 2, 3, 0x41, 0xFF], k=self.rng.randrange(1, 300))))
         if fault == "late ACK":
             self._pause(self.rng.uniform(0.05, 1.5))
-        self.line.write(ACK * (2 if fault == "ACK twice" else 1))
+        self._write(ACK * (2 if fault == "ACK twice" else 1))
         if fault == "silence":
             raise Gone
         if self._send(fault, frame(reply)):
@@ -180,10 +205,10 @@ class FaultyDevice(threading.Thread):
         for block in blocks(data):
             if fault == "drip" and len(block) < 100:
                 for at in range(len(block)):
-                    self.line.write(block[at:at + 1])
+                    self._write(block[at:at + 1])
                     self._pause(0.002)
             else:
-                self.line.write(block)
+                self._write(block)
             # A block that stalls is answered when the caller's read of it runs out, at 1 ms a byte.
             answer = self._byte(25)
             while answer not in (ACK, NAK, None):

@@ -63,21 +63,22 @@ class Caller(threading.Thread):
             if not self.killed:
                 raise
             self.lost.add(session)
-            self.start_again()
+            self.start_again(session)
 
     def kill(self):
         """Ends the process wherever it is. Its caller notices, and starts another one."""
         self.killed = True
-        self.client.process.kill()
+        self.soak.device.end_caller(self.number % 2, lambda: self.client.process.kill())
 
-    def start_again(self):
+    def start_again(self, lost):
         # Killed twice or once, it ends here; only its own thread touches its pipes.
         self.client.kill()
-        self.soak.device.caller_is_gone(self.number % 2)
         # As behind a real driver, the port of a process that ended is free.
         fcntl.ioctl(self.soak.line.slave, termios.TIOCNXCL)
         self.killed = False
         self.client = self.soak.start_client()
+        # Behind it, so that a kill meanwhile is not the last word.
+        self.soak.device.caller_is_back(lost)
 
 
 class FaultyDeviceTest(unittest.TestCase):
