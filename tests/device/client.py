@@ -1,5 +1,6 @@
 """zantir-call, the program that loads the library, as an object."""
 import collections
+import contextlib
 import os
 import select
 import signal
@@ -142,7 +143,8 @@ class Client:
     def close(self):
         if self._errors.closed:
             return
-        self.process.stdin.close()
+        with contextlib.suppress(BrokenPipeError):  # what a process that was killed has not read
+            self.process.stdin.close()
         try:
             self.process.wait(timeout=waiting.SOON * waiting.SCALE)
         except subprocess.TimeoutExpired:
