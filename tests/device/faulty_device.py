@@ -76,15 +76,16 @@ class FaultyDevice(threading.Thread):
             served = self.session is not None and self.session % 2 == parity
             if served:
                 self.line.discard()
+                self._over.set()
             self._ended_at[parity] = math.inf
             kill()
             if served:
                 self.line.discard()  # what was still on its way into the queue
-                self._over.set()
 
-    def caller_is_back(self, last):
-        """A caller goes on behind the session `last`, in which it ended."""
+    def caller_is_back(self, last, begin):
+        """The caller that ended in the session `last` goes on behind it: `begin` puts the new one in its place."""
         with self._writing:
+            begin()
             self._ended_at[last % 2] = last
 
     # -- one exchange

@@ -67,18 +67,24 @@ class Caller(threading.Thread):
 
     def kill(self):
         """Ends the process wherever it is. Its caller notices, and starts another one."""
-        self.killed = True
-        self.soak.device.end_caller(self.number % 2, lambda: self.client.process.kill())
+
+        def end():
+            self.killed = True
+            self.client.process.kill()
+
+        self.soak.device.end_caller(self.number % 2, end)
 
     def start_again(self, lost):
         # Killed twice or once, it ends here; only its own thread touches its pipes.
         self.client.kill()
         # As behind a real driver, the port of a process that ended is free.
         fcntl.ioctl(self.soak.line.slave, termios.TIOCNXCL)
-        self.killed = False
-        self.client = self.soak.start_client()
-        # Behind it, so that a kill meanwhile is not the last word.
-        self.soak.device.caller_is_back(lost)
+        client = self.soak.start_client()
+
+        def begin():
+            self.client, self.killed = client, False
+
+        self.soak.device.caller_is_back(lost, begin)
 
 
 class FaultyDeviceTest(unittest.TestCase):
